@@ -1,0 +1,39 @@
+# What a person may choose, and the flags that every target of the project shares.
+
+option(TARVOK_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
+option(TARVOK_BENCH "Build the benchmarks" OFF)
+option(TARVOK_FUZZ "Build the fuzz targets (clang only)" OFF)
+option(TARVOK_WARNINGS "Treat a large set of warnings as errors" OFF)
+option(TARVOK_NATIVE "Optimise for this machine's processor; results keep their bits" OFF)
+set(TARVOK_SANITIZE "" CACHE STRING "Sanitizers for every target, as -fsanitize takes them")
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "" FORCE)
+endif()
+
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+# Every program and library of the build lies in one folder, as beside each other once installed, so that the
+# engine finds its kernel and a client its engine in the build tree too.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+
+add_library(tarvok_flags INTERFACE)
+target_compile_features(tarvok_flags INTERFACE cxx_std_20)
+# A product and a sum stay two roundings: results are the stated formulas to the bit.
+target_compile_options(tarvok_flags INTERFACE -ffp-contract=off)
+if(TARVOK_NATIVE)
+    target_compile_options(tarvok_flags INTERFACE -march=native)
+endif()
+if(TARVOK_WARNINGS)
+    target_compile_options(tarvok_flags INTERFACE
+        -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual
+        -Wformat=2 -Wimplicit-fallthrough -Wundef -Werror)
+endif()
+if(TARVOK_SANITIZE)
+    add_compile_options(-fsanitize=${TARVOK_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${TARVOK_SANITIZE})
+endif()

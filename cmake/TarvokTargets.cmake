@@ -1,0 +1,44 @@
+# The project's kinds of targets. Each function states once what all targets of a kind have in common.
+
+# tarvok_library(NAME SOURCES ... [PUBLIC targets] [PRIVATE targets])
+# A library of the house with the alias tarvok::NAME. Its headers are included as <folder/header.h>, where the
+# folder is the one that holds the calling CMakeLists.txt.
+function(tarvok_library name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+    add_library(tarvok_${name} STATIC ${ARG_SOURCES})
+    add_library(tarvok::${name} ALIAS tarvok_${name})
+    set_target_properties(tarvok_${name} PROPERTIES EXPORT_NAME ${name} OUTPUT_NAME tarvok_${name})
+    cmake_path(GET CMAKE_CURRENT_SOURCE_DIR PARENT_PATH include_root)
+    target_include_directories(tarvok_${name} PUBLIC
+        $<BUILD_INTERFACE:${include_root}>
+        $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/tarvok>)
+    target_link_libraries(tarvok_${name}
+        PUBLIC ${ARG_PUBLIC}
+        PRIVATE ${ARG_PRIVATE} $<BUILD_INTERFACE:tarvok_flags>)
+    target_compile_features(tarvok_${name} PUBLIC cxx_std_20)
+endfunction()
+
+# tarvok_program(NAME SOURCES ... [LIBS targets])
+function(tarvok_program name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE ${ARG_LIBS} tarvok_flags)
+endfunction()
+
+# tarvok_test(NAME SOURCES ... [LIBS targets] [LABELS labels] [DEPENDS targets])
+# A GoogleTest program whose cases are ctest's tests. The label "threaded" puts it among those that run under the
+# thread sanitizer as well.
+function(tarvok_test name)
+    if(NOT TARVOK_TESTS)
+        return()
+    endif()
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS;DEPENDS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest_main tarvok_flags)
+    if(ARG_DEPENDS)
+        add_dependencies(${name} ${ARG_DEPENDS})
+    endif()
+    gtest_discover_tests(${name}
+        DISCOVERY_MODE PRE_TEST
+        PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 300)
+endfunction()
