@@ -1,0 +1,98 @@
+#include <transport/callback_stub.h>
+
+namespace transport {
+namespace {
+
+Answer ServeProgress(IKeldaProgressInterface& progress, IncomingMessage& call) {
+    Answer answer;
+    BSTR text = call.texts[0].Get();
+    switch (call.kind) {
+    case Kind::kProgressUpdate:
+        answer.result = progress.ProgressUpdate(call.real);
+        break;
+    case Kind::kAnalysisDone:
+        answer.result = progress.AnalysisDone(call.numbers[0]);
+        break;
+    case Kind::kPostOrvaneMessage:
+        answer.result = progress.PostOrvaneMessage(text);
+        break;
+    case Kind::kBounceOrvaneMessage:
+        answer.text = std::move(call.texts[0]);
+        answer.result = progress.BounceOrvaneMessage(answer.text.Address());
+        break;
+    case Kind::kPutCosimPortData:
+        answer.result = progress.PutCosimPortData(text);
+        break;
+    default:
+        answer.result = E_NOTIMPL;
+    }
+    return answer;
+}
+
+Answer ServeSolution(IKeldaSolutionInterface& solution, IncomingMessage& call) {
+    Answer answer;
+    auto& texts = call.texts;
+    switch (call.kind) {
+    case Kind::kGetFieldSolverData:
+        answer.text = std::move(texts[6]);
+        answer.result = solution.GetFieldSolverData(texts[0].Get(), texts[1].Get(), texts[2].Get(), texts[3].Get(),
+                                                    texts[4].Get(), texts[5].Get(), answer.text.Address(),
+                                                    &answer.value);
+        break;
+    case Kind::kGetNetlistSolverData:
+        answer.text = std::move(texts[3]);
+        answer.result = solution.GetNetlistSolverData(texts[0].Get(), texts[1].Get(), texts[2].Get(),
+                                                      answer.text.Address(), &answer.value);
+        break;
+    default:
+        answer.result = E_NOTIMPL;
+    }
+    return answer;
+}
+
+} // namespace
+
+std::uint32_t CallbackStub::Register(Object object) {
+    if (std::visit([](auto& pointer) { return !pointer; }, object))
+        return 0;
+    std::lock_guard lock(m_Mutex);
+    m_Objects.emplace(++m_LastNumber, std::move(object));
+    return m_LastNumber;
+}
+
+void CallbackStub::Close() {
+    // The references go after the lock: dropping one runs the client's code.
+    std::unordered_map<std::uint32_t, Object> objects;
+    std::lock_guard lock(m_Mutex);
+    m_Closed = true;
+    objects.swap(m_Objects);
+}
+
+Answer CallbackStub::Serve(IncomingMessage& call) {
+    Object object;
+    {
+        std::lock_guard lock(m_Mutex);
+        auto found = m_Objects.find(call.object);
+        if (m_Closed || found == m_Objects.end()) {
+            Answer answer;
+            answer.result = RPC_E_DISCONNECTED;
+            return answer;
+        }
+        object = found->second;
+    }
+    // An object that the client's code frees in a callback stays until the callback has returned.
+    if (auto* progress = std::get_if<0>(&object))
+        return ServeProgress(**progress, call);
+    return ServeSolution(*std::get<1>(object), call);
+}
+
+void CallbackStub::ObjectReleased(std::uint32_t number) {
+    Object object;
+    std::lock_guard lock(m_Mutex);
+    if (auto found = m_Objects.find(number); found != m_Objects.end()) {
+        object = std::move(found->second);
+        m_Objects.erase(found);
+    }
+}
+
+} // namespace transport
