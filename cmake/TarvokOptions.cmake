@@ -25,6 +25,8 @@ add_library(tarvok_flags INTERFACE)
 target_compile_features(tarvok_flags INTERFACE cxx_std_20)
 # A product and a sum stay two roundings: results are the stated formulas to the bit.
 target_compile_options(tarvok_flags INTERFACE -ffp-contract=off)
+# A source file names itself by its path within the tree.
+target_compile_options(tarvok_flags INTERFACE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 if(TARVOK_NATIVE)
     target_compile_options(tarvok_flags INTERFACE -march=native)
 endif()

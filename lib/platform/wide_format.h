@@ -1,12 +1,14 @@
 // printf for 16-bit formats.
 //
-// A conversion is %[flags][width][.precision][length]type with the flags - + space # 0, width and precision in digits or
-// as *, and the lengths hh h l ll j z t L I I32 I64. Types: d i u o x X c C s S e E f F g G a A p %.
+// A conversion is %[flags][width][.precision][length]type with the flags - + space # 0, width and precision
+// in digits or as *, and the lengths hh h l ll j z t L I I32 I64. Types: d i u o x X c C s S e E f F g G a A
+// p %.
 //   s, ls, ws   terminated 16-bit text; the precision bounds the units that are read
 //   hs, S       terminated bytes in the default code page; the precision bounds the bytes that are read
 //   c, lc       one 16-bit unit; hc, C one byte
-// A null text prints as (null). %ld reads a C++ long, %d an int. Numbers look the same in every locale. %n takes its
-// argument and writes nothing; an unknown type stands for itself. The result has the length that it needs.
+// A null text prints as (null). %ld reads a C++ long, %d an int. Numbers look the same in every locale. %n
+// takes its argument and writes nothing; an unknown type stands for itself. The result has the length that it
+// needs.
 #pragma once
 
 #include <platform/bstr.h>
@@ -14,6 +16,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace platform {
 
