@@ -1,8 +1,8 @@
 # The project's kinds of targets. Each function states once what all targets of a kind have in common.
 
 # tarvok_library(NAME SOURCES ... [PUBLIC targets] [PRIVATE targets])
-# A library of the house with the alias tarvok::NAME. Its headers are included as <folder/header.h>, where the
-# folder is the one that holds the calling CMakeLists.txt.
+# A library of the house with the alias tarvok::NAME, installed with its headers (cmake/TarvokInstall.cmake). They
+# are included as <folder/header.h>, where the folder is the one that holds the calling CMakeLists.txt.
 function(tarvok_library name)
     cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
     add_library(tarvok_${name} STATIC ${ARG_SOURCES})
@@ -16,13 +16,16 @@ function(tarvok_library name)
         PUBLIC ${ARG_PUBLIC}
         PRIVATE ${ARG_PRIVATE} $<BUILD_INTERFACE:tarvok_flags>)
     target_compile_features(tarvok_${name} PUBLIC cxx_std_20)
+    set_property(GLOBAL APPEND PROPERTY TARVOK_LIBRARIES tarvok_${name})
 endfunction()
 
 # tarvok_program(NAME SOURCES ... [LIBS targets])
+# A program that is installed.
 function(tarvok_program name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} tarvok_flags)
+    set_property(GLOBAL APPEND PROPERTY TARVOK_PROGRAMS ${name})
 endfunction()
 
 # tarvok_test(NAME SOURCES ... [LIBS targets] [LABELS labels] [DEPENDS targets])
