@@ -2,9 +2,9 @@
 //
 // What the source holds wrongly or the target can't say is replaced, never an error. To units: U+FFFD (U+30FB
 // in code page 932), one for each longest part of a character that can't go on. To bytes: a lone surrogate as
-// U+FFFD where the page has it, everything else '?', one for each unit; where the page has a close relative
-// of a character, that. Text that is all ASCII, and UTF-8 as a whole, converts without a converter object;
-// the others use one of ICU's, kept for each thread. Any thread may call these.
+// U+FFFD in UTF-8, everything else as '?', one for each unit; where the page has a close relative of a
+// character, that. Text that is all ASCII, and UTF-8 as a whole, converts without a converter object; the
+// others use one of ICU's, kept for each thread. Any thread may call these.
 #pragma once
 
 #include <cstddef>

@@ -47,7 +47,7 @@ public:
 
     // The text as bytes, zero-terminated. Null handle for an empty string or an encoding outside the table.
     // One zero unit at the end is taken for a terminator and dropped. What the encoding can't say becomes
-    // '?', and a lone surrogate U+FFFD where the encoding has it.
+    // '?', and a lone surrogate U+FFFD in UTF-8.
     AStringBuf ToNarrow(int encoding) const;
     CString ToCString() const;
     // A new BSTR with the same units, which the caller frees; null when memory is short (see

@@ -30,6 +30,21 @@ struct Single {
 constexpr Single kShiftJisSingles[] = {
     {0x80, 0x80}, {0xA0, 0xA0}, {0xFD, 0xF8F1}, {0xFE, 0xF8F2}, {0xFF, 0xF8F3}};
 
+// ICU's converter for this page exchanges three control characters in a ring, as old terminals did; these
+// undo it.
+template <class Char>
+void UndoRing(Char* at, Char* end, const Char (&from)[3], const Char (&to)[3]) {
+    for (; at < end; ++at)
+        if (const Char* found = std::find(from, from + 3, *at); found != from + 3)
+            *at = to[found - from];
+}
+void UndoRingOfUnits(char16_t* at, char16_t* end) {
+    UndoRing<char16_t>(at, end, {0x1C, 0x7F, 0x1A}, {0x1A, 0x1C, 0x7F});
+}
+void UndoRingOfBytes(char* at, char* end) {
+    UndoRing<char>(at, end, {0x1A, 0x1C, 0x7F}, {0x1C, 0x7F, 0x1A});
+}
+
 bool IsBad(UConverterCallbackReason reason) {
     return reason == UCNV_UNASSIGNED || reason == UCNV_ILLEGAL || reason == UCNV_IRREGULAR;
 }
@@ -64,15 +79,16 @@ void ReplaceUnits(const void* context, UConverterFromUnicodeArgs* args, const UC
     ucnv_cbFromUWriteBytes(args, "??", std::min<int32_t>(length, 2), 0, error);
 }
 
-// A converter of ICU and whether ASCII bytes are ASCII characters there.
 struct Converter {
     std::unique_ptr<UConverter, ConverterCloser> object;
-    bool asciiIsPlain = false;
+    bool isShiftJis = false;
+    bool asciiIsPlain = false; // ASCII bytes are ASCII characters
 };
 
 Converter Open(const char* name, bool isShiftJis) {
     UErrorCode error = U_ZERO_ERROR;
     Converter converter;
+    converter.isShiftJis = isShiftJis;
     converter.object.reset(ucnv_open(name, &error));
     if (U_FAILURE(error)) {
         converter.object.reset();
@@ -89,6 +105,8 @@ Converter Open(const char* name, bool isShiftJis) {
     for (int i = 0; i < 128; ++i)
         bytes[i] = static_cast<char>(i);
     const int32_t length = ucnv_toUChars(object, units, 128, bytes, 128, &error);
+    if (isShiftJis)
+        UndoRingOfUnits(units, units + 128);
     converter.asciiIsPlain = U_SUCCESS(error) && length == 128 && std::equal(units, units + 128, bytes);
     return converter;
 }
@@ -162,8 +180,9 @@ void DecodeUtf8(std::string_view bytes, std::u16string& units) {
         units.append(buffer, Utf8ToUnits(at, end, buffer, kChunk));
 }
 
-void DecodeByConverter(UConverter* converter, std::string_view bytes, std::u16string& units) {
-    ucnv_resetToUnicode(converter);
+void DecodeByConverter(const Converter& converter, std::string_view bytes, std::u16string& units) {
+    UConverter* object = converter.object.get();
+    ucnv_resetToUnicode(object);
     const char* at = bytes.data();
     const char* end = at + bytes.size();
     char16_t buffer[kChunk];
@@ -171,7 +190,9 @@ void DecodeByConverter(UConverter* converter, std::string_view bytes, std::u16st
     do {
         error = U_ZERO_ERROR;
         UChar* target = buffer;
-        ucnv_toUnicode(converter, &target, buffer + kChunk, &at, end, nullptr, true, &error);
+        ucnv_toUnicode(object, &target, buffer + kChunk, &at, end, nullptr, true, &error);
+        if (converter.isShiftJis)
+            UndoRingOfUnits(buffer, target);
         units.append(buffer, static_cast<std::size_t>(target - buffer));
     } while (error == U_BUFFER_OVERFLOW_ERROR);
 }
@@ -201,7 +222,7 @@ bool DecodeBytes(unsigned codePage, std::string_view bytes, std::u16string& unit
         } while (count == kChunk);
     }
     if (!bytes.empty())
-        DecodeByConverter(converter->object.get(), bytes, units);
+        DecodeByConverter(*converter, bytes, units);
     return true;
 }
 
@@ -232,6 +253,8 @@ std::size_t EncodeUnits(unsigned codePage, std::u16string_view units, char* byte
     const UChar* at = units.data() + ascii;
     UErrorCode error = U_ZERO_ERROR;
     ucnv_fromUnicode(object, &target, limit, &at, units.data() + units.size(), nullptr, true, &error);
+    if (converter->isShiftJis)
+        UndoRingOfBytes(bytes + ascii, target);
     return static_cast<std::size_t>(target - bytes);
 }
 
