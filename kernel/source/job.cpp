@@ -1,0 +1,258 @@
+#include "job.h"
+
+#include "job_error.h"
+#include "netlist_reader.h"
+#include "netlist_rules.h"
+#include "results.h"
+#include "simulator.h"
+#include "simulator_text.h"
+#include "text.h"
+
+#include <ckt_kernel.h>
+
+#include <algorithm>
+#include <clocale>
+#include <filesystem>
+#include <fmt/format.h>
+#include <map>
+#include <new>
+#include <optional>
+
+namespace ckt {
+
+namespace {
+
+// Numbers are read and printed with a point on this thread, whatever the process's locale says; everything
+// else stays the host's.
+class PointLocale {
+public:
+    PointLocale() {
+        const locale_t base = ::duplocale(::uselocale(nullptr));
+        m_locale = ::newlocale(LC_NUMERIC_MASK, "C", base);
+        m_former = ::uselocale(m_locale);
+    }
+    ~PointLocale() {
+        ::uselocale(m_former);
+        ::freelocale(m_locale);
+    }
+    PointLocale(const PointLocale&) = delete;
+    PointLocale& operator=(const PointLocale&) = delete;
+
+private:
+    locale_t m_locale{};
+    locale_t m_former{};
+};
+
+class Job final : Simulator::Listener {
+public:
+    Job(const JobRequest& request, const Progress::Sink& progress, Messages& messages)
+        : m_messages(messages), m_progress(progress), m_netlist(read(request.netlist)),
+          m_text(m_netlist, m_messages),
+          m_results(request.netlist, request.project, m_netlist.files, m_messages), m_simulator(*this) {
+        m_simulator.set_input_folder(std::filesystem::absolute(request.netlist).parent_path().string());
+    }
+
+    int run() {
+        load();
+        m_progress.begin_job(static_cast<int>(m_analyses.size()));
+        int code = CKT_GOOD;
+        for (const Analysis& analysis : m_analyses) {
+            const int failure = run(analysis);
+            if (code == CKT_GOOD)
+                code = failure;
+            if (m_gave_up || m_simulator.ended())
+                throw JobError(CKT_SIMULATOR_ENDED,
+                               analysis.place + ": the simulator gave up in this analysis");
+        }
+        m_results.finish();
+        return code;
+    }
+
+private:
+    struct PlotHeader {
+        std::string title, date, name;
+    };
+
+    Netlist read(const std::string& path) {
+        Netlist netlist = read_netlist(path, m_messages);
+        check_netlist(netlist, m_messages);
+        if (netlist.analyses.empty())
+            throw JobError(
+                CKT_NO_ANALYSIS,
+                path + ": no analysis is asked for, at least one line such as .op, .ac or .tran is expected");
+        return netlist;
+    }
+
+    void load() {
+        std::vector<char*> lines;
+        lines.reserve(m_netlist.lines.size() + 1);
+        for (NetlistLine& line : m_netlist.lines)
+            lines.push_back(line.text.data());
+        m_simulator.load(std::move(lines));
+        m_text.flush();
+        if (!m_gave_up && !m_simulator.ended())
+            find_expanded_lines();
+        if (m_gave_up || m_simulator.ended() || !m_loaded)
+            throw JobError(CKT_BAD_NETLIST,
+                           m_messages.errors() > 0
+                               ? std::string()
+                               : m_netlist.files.front() + ": the simulator doesn't take this netlist");
+        if (m_analyses.empty())
+            throw JobError(CKT_NO_ANALYSIS,
+                           m_netlist.files.front() + ": no analysis is left after .if and .else");
+    }
+
+    // The simulator's listing shows its lines with every parameter as a number and every condition resolved:
+    // from it come the analyses to run and the ports.
+    void find_expanded_lines() {
+        m_text.begin_capture();
+        m_simulator.command("listing expand");
+        const std::vector<std::string> listing = m_text.end_capture();
+        // The title first; a netlist with errors isn't kept and has none.
+        m_loaded = listing.size() > 1 && listing.front() != "(null)";
+        std::map<std::string, std::size_t> used;
+        for (std::size_t i = 1; i < listing.size(); ++i) {
+            const std::size_t colon = listing[i].find(" : ");
+            if (colon == std::string::npos)
+                continue;
+            const std::string_view line = trim(std::string_view(listing[i]).substr(colon + 3));
+            if (line.empty())
+                continue;
+            if (line.front() == '.') {
+                const std::string keyword = lower(words(line).front());
+                if (is_analysis(keyword))
+                    add_analysis(keyword, std::string(line), used[keyword]++);
+            } else if (line.find("portnum") != line.npos) {
+                add_port(line);
+            }
+        }
+        std::sort(m_ports.begin(), m_ports.end(),
+                  [](const Port& a, const Port& b) { return a.number < b.number; });
+    }
+
+    void add_analysis(const std::string& keyword, const std::string& line, std::size_t nth) {
+        std::string place = m_netlist.files.front();
+        for (const Card& card : m_netlist.analyses)
+            if (words(card.text).front() == keyword && nth-- == 0)
+                place = m_netlist.where(card.file, card.line);
+        m_analyses.push_back({keyword.substr(1), line.substr(1), place});
+    }
+
+    void add_port(std::string_view line) {
+        const auto parts = tokens(line);
+        Port port;
+        for (std::size_t i = 0; i + 1 < parts.size(); ++i) {
+            if (parts[i] == "portnum")
+                port.number = static_cast<int>(spice_number(parts[i + 1]).value_or(0));
+            else if (parts[i] == "z0")
+                port.impedance = spice_number(parts[i + 1]).value_or(port.impedance);
+        }
+        m_ports.push_back(port);
+    }
+
+    int run(const Analysis& analysis) {
+        m_text.begin_analysis(analysis.place);
+        m_progress.begin_analysis(analysis);
+        m_headers.clear();
+        // The noise analyses' vectors are their own: a list of node voltages to keep would leave them none.
+        m_simulator.command("delete all");
+        if (analysis.kind != "noise")
+            for (const Card& save : m_netlist.saves)
+                m_simulator.command(save.text.substr(1));
+        m_simulator.command("set sim_status=77");
+        m_simulator.command(analysis.command);
+        const int code = status();
+        m_text.flush();
+        if (code == CKT_GOOD)
+            write(analysis);
+        else
+            tell_failure(analysis);
+        m_simulator.command("destroy all");
+        m_progress.end_analysis();
+        return code;
+    }
+
+    // 0 good, 1 aborted, the value set before if the analysis was never started.
+    int status() {
+        m_text.begin_capture();
+        m_simulator.command("echo sim_status $sim_status");
+        for (const std::string& line : m_text.end_capture())
+            if (line.starts_with("sim_status "))
+                return trim(line.substr(11)) == "0" ? CKT_GOOD : CKT_ANALYSIS_FAILED;
+        return CKT_ANALYSIS_FAILED;
+    }
+
+    void tell_failure(const Analysis& analysis) {
+        const std::string reason = m_text.reason();
+        m_messages.error(fmt::format("{}: the analysis \".{}\" failed{}{}", analysis.place, analysis.command,
+                                     reason.empty() ? "" : ": ", reason));
+    }
+
+    void write(const Analysis& analysis) {
+        std::vector<ResultPlot> plots;
+        std::vector<std::string> ids = m_simulator.plots();
+        std::reverse(ids.begin(), ids.end());
+        for (const std::string& id : ids) {
+            const auto header = m_headers.find(id);
+            if (header == m_headers.end())
+                continue;
+            plots.push_back(collect_plot(m_simulator, id));
+            plots.back().title = header->second.title;
+            plots.back().date = header->second.date;
+            plots.back().name = header->second.name;
+        }
+        m_results.add(analysis, plots, analysis.kind == "sp" ? m_ports : std::vector<Port>());
+    }
+
+    void text(std::string_view line) noexcept override { m_text.take(line); }
+
+    void plot_begins(const vecinfoall& plot) override {
+        m_headers[plot.type] = {plot.title ? plot.title : "", plot.date ? plot.date : "",
+                                plot.name ? plot.name : ""};
+        m_progress.plot_begins(plot);
+    }
+
+    void point(const vecvaluesall& values) override { m_progress.point(values); }
+
+    void refused(const std::string& what) noexcept override {
+        m_messages.warning("the simulator wanted " + what + ", which it may not");
+    }
+
+    void gives_up() noexcept override { m_gave_up = true; }
+
+    Messages& m_messages;
+    Progress m_progress;
+    Netlist m_netlist;
+    SimulatorText m_text;
+    Results m_results;
+    std::vector<Analysis> m_analyses;
+    std::vector<Port> m_ports;
+    std::map<std::string, PlotHeader> m_headers; // of the running analysis, by the plot's id
+    bool m_loaded = false;
+    bool m_gave_up = false;
+    Simulator m_simulator; // last: it talks to the others until it is unloaded
+};
+
+} // namespace
+
+int run_job(const JobRequest& request, const Progress::Sink& progress, const Messages::Sink& sink) noexcept {
+    try {
+        Messages messages(sink);
+        try {
+            const PointLocale point_locale;
+            return Job(request, progress, messages).run();
+        } catch (const JobError& error) {
+            if (*error.what())
+                messages.error(error.what());
+            return error.code();
+        } catch (const std::bad_alloc&) {
+            messages.error(request.netlist + ": out of memory");
+        } catch (const std::exception& error) {
+            messages.error(request.netlist + ": " + error.what());
+        }
+    } catch (...) {
+    }
+    return CKT_FAILED;
+}
+
+} // namespace ckt
