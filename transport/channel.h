@@ -12,6 +12,8 @@
 
 #include <platform/unique_fd.h>
 
+#include <sys/uio.h>
+
 #include <atomic>
 #include <cstddef>
 #include <memory>
@@ -81,7 +83,7 @@ private:
     enum class Received { kFrame, kEnd, kDamage };
 
     bool Send(const OutgoingMessage& message);
-    bool SendAll(struct iovec* parts, std::size_t count);
+    bool SendAll(iovec* parts, std::size_t count);
     Received Receive(IncomingMessage& message);
     Received Fill(std::size_t bytes);
     Received ReceiveText(BSTR text);

@@ -6,7 +6,6 @@
 
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/uio.h>
 
 #include <algorithm>
 #include <cerrno>

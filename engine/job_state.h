@@ -1,0 +1,20 @@
+// The state that all jobs of the process share. Jobs run strictly one after the other, so one instance serves; whoever writes it
+// owns the gate, and the kernel's callbacks read it.
+#pragma once
+
+#include <engine/job_gate.h>
+#include <engine/kernel_library.h>
+
+#include <keldasimenginelib/keldasimenginelib.h>
+
+class JobControl;
+
+struct JobState {
+    JobGate gate;
+    KernelEntries kernel;
+    IKeldaProgressInterface* progress = nullptr; // of the running job, null if it has none
+    IKeldaSolutionInterface* solution = nullptr; // likewise
+    const JobControl* control = nullptr;         // of the running job, null on the command-line road
+};
+
+JobState& ProcessJobState();

@@ -1,0 +1,26 @@
+// The references that clients hold, and the end of the process when they are gone and stay gone.
+#pragma once
+
+#include <platform/event.h>
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+
+class ServerModule {
+public:
+    // Any thread; each gives the count that it leaves.
+    std::uint32_t Lock();
+    std::uint32_t Unlock();
+
+    // Starts the monitor thread. It calls `quit` once, 10 ms after the count fell to 0 and stayed there. The object lives as long as
+    // the process from then on.
+    void StartMonitor(std::function<void()> quit);
+
+private:
+    void Monitor(const std::function<void()>& quit);
+
+    std::atomic<std::uint32_t> m_Count{0};
+    std::atomic<bool> m_FellToZero{false};
+    platform::Event m_Changed{platform::Event::Mode::kAutoReset};
+};

@@ -1,0 +1,68 @@
+// tarvok, the engine host: registers itself, serves one client, or hands its command line to the simulation kernel.
+
+#include <engine/server.h>
+
+#include <startup/command_line.h>
+#include <startup/registration.h>
+
+#include <stringutils/astring.h>
+
+#include <unistd.h>
+
+#include <clocale>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int kWrongUse = 2;
+
+constexpr char kHowToStart[] =
+    "tarvok is started by a client, such as `kelda run CIRCUIT`, which gives it a channel to serve.\n"
+    "By hand it takes a circuit:   tarvok CIRCUIT [-o DIR] [--quiet] [--help]\n"
+    "or a verb:                    tarvok -RegServer | -UnregServer\n";
+
+std::vector<std::string> Utf8Tokens(const AString& line) {
+    std::vector<std::string> tokens;
+    for (const AString& token : TokeniseCommandLine(line))
+        tokens.emplace_back(token.ToNarrow(1));
+    return tokens;
+}
+
+int Serve(const std::vector<std::string>& tokens) {
+    ClientSockets sockets;
+    std::string error;
+    if (TakeClientSockets(tokens, sockets, error))
+        return ServeClient(std::move(sockets));
+    if (!error.empty())
+        std::fprintf(stderr, "tarvok: %s\n", error.c_str());
+    std::fputs(kHowToStart, stderr);
+    return kWrongUse;
+}
+
+int Run(int argc, char** argv) {
+    AString line = BuildCommandLine(argc, argv);
+    ServerRoad road = ChooseRoad(line);
+    switch (road) {
+    case ServerRoad::kRegister:
+    case ServerRoad::kUnregister:
+        return RunRegistration(road);
+    case ServerRoad::kServe:
+        return Serve(Utf8Tokens(line));
+    case ServerRoad::kCommandLine:
+        return RunCommandLine(Utf8Tokens(line));
+    }
+    return kWrongUse;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    // Narrow text follows the user's locale; numbers keep their point.
+    std::setlocale(LC_CTYPE, "");
+    int status = Run(argc, argv);
+    std::fflush(nullptr);
+    // Without the destructors of the process: a job's thread may still be in the kernel.
+    _exit(status);
+}
