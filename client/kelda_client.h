@@ -6,14 +6,14 @@
 //   std::int32_t job = 0;
 //   engine->StartAnalysis(progress.Get(), nullptr, file.Get(), folder.Get(), &job);
 //
-// Every engine object has a process `tarvok` of its own. When that process is gone, because a job was aborted in the midst of its
-// work or because it crashed, the next call starts a fresh one; job handles go on counting. Dropping the last reference
-// lets the process go.
+// Every engine object has a process `tarvok` of its own. When that process is gone, because a job was aborted
+// in the midst of its work or because it crashed, the next call starts a fresh one; job handles go on
+// counting. Dropping the last reference lets the process go.
 //
-// Threads: any thread may call the engine object. A job's callbacks come one after the other on a thread of the library, never on
-// the thread that started the job; a callback may call the engine, to start the next job from AnalysisDone for instance. What
-// the engine has to say within a call comes on the thread that makes the call. Once AbortAnalysis has returned, no
-// further callback of that job begins.
+// Threads: any thread may call the engine object. A job's callbacks come one after the other on a thread of
+// the library, never on the thread that started the job; a callback may call the engine, to start the next
+// job from AnalysisDone for instance. What the engine has to say within a call comes on the thread that makes
+// the call. Once AbortAnalysis has returned, no further callback of that job begins.
 #pragma once
 
 #include <keldasimenginelib/keldasimenginelib.h>
@@ -43,8 +43,9 @@ struct ActivationOptions {
     // The engine's executable. Empty: FindServer's.
     std::string server;
 
-    // Called once for each engine process that is lost, on the library's thread: a job that it ran brings no AnalysisDone. Called
-    // too when a later call can't start a fresh process, on the thread of that call and with process 0.
+    // Called once for each engine process that is lost, on the library's thread: a job that it ran brings no
+    // AnalysisDone. Called too when a later call can't start a fresh process, on the thread of that call and
+    // with process 0.
     std::function<void(const LostEngine&)> onLost;
 
     // How long a started process may take to answer its first call.
@@ -56,15 +57,16 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// Starts an engine that has answered its first call. Throws ActivationError, which says which executable was tried and what happened.
+// Starts an engine that has answered its first call. Throws ActivationError, which says which executable was
+// tried and what happened.
 platform::InterfacePtr<IKeldaEngine> ActivateEngine(ActivationOptions options = {});
 
-// The engine's executable: the one that the environment variable TARVOK_SERVER names; else the registered one, if it is there; else
-// `tarvok` beside the running program. Throws ActivationError where all three fail.
+// The engine's executable: the one that the environment variable TARVOK_SERVER names; else the registered
+// one, if it is there; else `tarvok` beside the running program. Throws ActivationError where all three fail.
 std::string FindServer();
 
-// A progress interface that listens to nothing: the base of one that overrides what it cares for. Lives on the heap and starts
-// with one reference, the creator's.
+// A progress interface that listens to nothing: the base of one that overrides what it cares for. Lives on
+// the heap and starts with one reference, the creator's.
 class ProgressInterface : public platform::CountedObject<IKeldaProgressInterface> {
 public:
     HRESULT ProgressUpdate(double) override { return S_OK; }
@@ -77,7 +79,9 @@ public:
 // A solution interface that has no data.
 class SolutionInterface : public platform::CountedObject<IKeldaSolutionInterface> {
 public:
-    HRESULT GetFieldSolverData(BSTR, BSTR, BSTR, BSTR, BSTR, BSTR, BSTR*, std::int32_t*) override { return S_OK; }
+    HRESULT GetFieldSolverData(BSTR, BSTR, BSTR, BSTR, BSTR, BSTR, BSTR*, std::int32_t*) override {
+        return S_OK;
+    }
     HRESULT GetNetlistSolverData(BSTR, BSTR, BSTR, BSTR*, std::int32_t*) override { return S_OK; }
 };
 

@@ -30,7 +30,7 @@ endfunction()
 
 # tarvok_test(NAME SOURCES ... [LIBS targets] [LABELS labels] [DEPENDS targets])
 # A GoogleTest program whose cases are ctest's tests. The label "threaded" puts it among those that run under the
-# thread sanitizer as well.
+# thread sanitizer as well; the target threaded_tests builds those.
 function(tarvok_test name)
     if(NOT TARVOK_TESTS)
         return()
@@ -38,8 +38,15 @@ function(tarvok_test name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS;DEPENDS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest_main tarvok_flags)
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/test)
     if(ARG_DEPENDS)
         add_dependencies(${name} ${ARG_DEPENDS})
+    endif()
+    if("threaded" IN_LIST ARG_LABELS)
+        if(NOT TARGET threaded_tests)
+            add_custom_target(threaded_tests)
+        endif()
+        add_dependencies(threaded_tests ${name})
     endif()
     gtest_discover_tests(${name}
         DISCOVERY_MODE PRE_TEST

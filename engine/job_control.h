@@ -1,6 +1,7 @@
 // What the engine object and a job's worker share of one job: whether it may go on.
 //
-// How a job ends is decided once: by the worker, which has the kernel's result, or by an abort. Any thread may use it.
+// How a job ends is decided once: by the worker, which has the kernel's result, or by an abort. Any thread
+// may use it.
 #pragma once
 
 #include <engine/job_gate.h>
@@ -17,8 +18,8 @@ public:
 
     std::int32_t Procid() const { return m_Procid; }
 
-    // The worker's side, in this order. EnterGate is false when the job has been aborted. Finish decides that the job has its
-    // result, and is true for the one call that does.
+    // The worker's side, in this order. EnterGate is false when the job has been aborted. Finish decides that
+    // the job has its result, and is true for the one call that does.
     bool EnterGate() {
         State expected = State::kWaiting;
         return m_Gate.Enter(m_Place) && m_State.compare_exchange_strong(expected, State::kRunning);

@@ -1,6 +1,7 @@
 // The gate that lets one job at a time to the kernel, first come, first served.
 //
-// A place is taken by the thread that starts the job, so the order is that of the starts. Any thread may call any operation.
+// A place is taken by the thread that starts the job, so the order is that of the starts. Any thread may call
+// any operation.
 #pragma once
 
 #include <condition_variable>
@@ -18,7 +19,8 @@ public:
     // Waits until the place is first. False, without waiting further, when the place has been withdrawn.
     bool Enter(Place place);
 
-    // Takes a place out of the queue, wherever it stands; the next one becomes first. A place that isn't there is ignored.
+    // Takes a place out of the queue, wherever it stands; the next one becomes first. A place that isn't
+    // there is ignored.
     void Leave(Place place);
 
     // Waits until nobody stands in the queue.

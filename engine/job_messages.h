@@ -6,8 +6,8 @@
 
 #include <cstdint>
 
-// The severity in which a client shows a kernel's message of a code: 1 information, 2 warning, 3 error; any other counts as
-// information.
+// The severity in which a client shows a kernel's message of a code: 1 information, 2 warning, 3 error; any
+// other counts as information.
 std::int32_t SeverityOfKernelCode(int code);
 
 inline constexpr std::int32_t kSeverityError = 1;

@@ -1,5 +1,5 @@
-// The state that all jobs of the process share. Jobs run strictly one after the other, so one instance serves; whoever writes it
-// owns the gate, and the kernel's callbacks read it.
+// The state that all jobs of the process share. Jobs run strictly one after the other, so one instance
+// serves; whoever writes it owns the gate, and the kernel's callbacks read it.
 #pragma once
 
 #include <engine/job_gate.h>

@@ -1,7 +1,7 @@
 // One run of the simulation kernel, on the stack of the thread that runs the job.
 //
-// The constructor binds the kernel, Analyze or AnalyzeCommand runs it once, the destructor unloads it. One thread, which owns the
-// job gate, does all three; the kernel's callbacks arrive on it during the run.
+// The constructor binds the kernel, Analyze or AnalyzeCommand runs it once, the destructor unloads it. One
+// thread, which owns the job gate, does all three; the kernel's callbacks arrive on it during the run.
 #pragma once
 
 #include <engine/job_control.h>
@@ -13,7 +13,8 @@
 class CKeldaAnalysis {
 public:
     // Both interfaces may be null and outlive the object. `control` is null where nobody can abort the job.
-    CKeldaAnalysis(IKeldaProgressInterface* pProgress, IKeldaSolutionInterface* pSolution, JobControl* control);
+    CKeldaAnalysis(IKeldaProgressInterface* pProgress, IKeldaSolutionInterface* pSolution,
+                   JobControl* control);
     ~CKeldaAnalysis();
     CKeldaAnalysis(const CKeldaAnalysis&) = delete;
     CKeldaAnalysis& operator=(const CKeldaAnalysis&) = delete;

@@ -22,6 +22,7 @@ struct KernelEntries {
 inline constexpr HRESULT kKernelNotFound = static_cast<HRESULT>(0x8007007E);
 inline constexpr HRESULT kKernelEntryNotFound = static_cast<HRESULT>(0x8007007F);
 
-// Loads libckt_kernel.so from beside the program, else from the package's library folder, else by the loader's own search, and
-// looks its entries up. On failure the library is unloaded, all entries are null, and `error` says in words what is missing where.
+// Loads libckt_kernel.so from beside the program, else from the package's library folder, else by the
+// loader's own search, and looks its entries up. On failure the library is unloaded, all entries are null,
+// and `error` says in words what is missing where.
 HRESULT LoadKernel(platform::DynamicLibrary& library, KernelEntries& entries, std::string& error);

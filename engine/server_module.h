@@ -13,8 +13,8 @@ public:
     std::uint32_t Lock();
     std::uint32_t Unlock();
 
-    // Starts the monitor thread. It calls `quit` once, 10 ms after the count fell to 0 and stayed there. The object lives as long as
-    // the process from then on.
+    // Starts the monitor thread. It calls `quit` once, 10 ms after the count fell to 0 and stayed there. The
+    // object lives as long as the process from then on.
     void StartMonitor(std::function<void()> quit);
 
 private:

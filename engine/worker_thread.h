@@ -16,6 +16,6 @@ struct CWorkerThread {
     std::shared_ptr<JobControl> control;
 };
 
-// The worker thread of one job: waits for the gate, takes the client's interfaces, runs the analysis and opens the gate again.
-// The thread's exit code: 0, or 1 when an interface couldn't be taken.
+// The worker thread of one job: waits for the gate, takes the client's interfaces, runs the analysis and
+// opens the gate again. The thread's exit code: 0, or 1 when an interface couldn't be taken.
 int RunWorker(std::unique_ptr<CWorkerThread> job);

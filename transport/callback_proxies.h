@@ -1,8 +1,8 @@
 // The client's callback objects as the engine sees them.
 //
-// A proxy is bound to one channel: as received with a call it uses the channel of the client's calls and belongs to the thread
-// that serves them; marshalled to another thread it uses the channel of the callbacks. Both channels outlive every proxy. The
-// client is told when the last proxy of an object has gone.
+// A proxy is bound to one channel: as received with a call it uses the channel of the client's calls and
+// belongs to the thread that serves them; marshalled to another thread it uses the channel of the callbacks.
+// Both channels outlive every proxy. The client is told when the last proxy of an object has gone.
 #pragma once
 
 #include <transport/channel.h>
@@ -17,7 +17,9 @@ struct CallbackChannels {
 };
 
 // Number 0 stands for no object.
-platform::InterfacePtr<IKeldaProgressInterface> MakeProgressProxy(CallbackChannels channels, std::uint32_t number);
-platform::InterfacePtr<IKeldaSolutionInterface> MakeSolutionProxy(CallbackChannels channels, std::uint32_t number);
+platform::InterfacePtr<IKeldaProgressInterface> MakeProgressProxy(CallbackChannels channels,
+                                                                  std::uint32_t number);
+platform::InterfacePtr<IKeldaSolutionInterface> MakeSolutionProxy(CallbackChannels channels,
+                                                                  std::uint32_t number);
 
 } // namespace transport

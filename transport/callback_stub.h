@@ -1,4 +1,5 @@
-// The client's end of the callbacks: the callback objects that the engine holds, and the calls that it makes on them.
+// The client's end of the callbacks: the callback objects that the engine holds, and the calls that it makes
+// on them.
 //
 // Any thread may use it. A callback runs on the thread that serves its channel.
 #pragma once
@@ -15,10 +16,11 @@ namespace transport {
 
 class CallbackStub final : public CallHandler {
 public:
-    using Object =
-        std::variant<platform::InterfacePtr<IKeldaProgressInterface>, platform::InterfacePtr<IKeldaSolutionInterface>>;
+    using Object = std::variant<platform::InterfacePtr<IKeldaProgressInterface>,
+                                platform::InterfacePtr<IKeldaSolutionInterface>>;
 
-    // Keeps a reference until the engine releases the object, and gives the number under which the engine calls it; 0 for null.
+    // Keeps a reference until the engine releases the object, and gives the number under which the engine
+    // calls it; 0 for null.
     std::uint32_t Register(Object object);
 
     // No callback reaches an object any more, and all references are dropped.

@@ -1,11 +1,11 @@
 // One end of a socket that carries calls and their answers.
 //
-// Both ends may call. An end that waits for its answer serves the calls that come meanwhile, so a callback may call back
-// into the side that it came from. An end that has nothing to call serves by ServeOne.
+// Both ends may call. An end that waits for its answer serves the calls that come meanwhile, so a callback
+// may call back into the side that it came from. An end that has nothing to call serves by ServeOne.
 //
-// Threads: Call, Release, Mute and Shutdown may be used from any thread; calls on one channel come one after the
-// other, and a call from within a served one is nested in it. ServeOne belongs to one thread, and on a channel that is served no
-// other thread may call.
+// Threads: Call, Release, Mute and Shutdown may be used from any thread; calls on one channel come one after
+// the other, and a call from within a served one is nested in it. ServeOne belongs to one thread, and on a
+// channel that is served no other thread may call.
 #pragma once
 
 #include <transport/message.h>
@@ -51,15 +51,17 @@ public:
     Channel(const Channel&) = delete;
     Channel& operator=(const Channel&) = delete;
 
-    // Makes a call and waits for its answer, whose result, number and text it gives. RPC_E_DISCONNECTED when the other end is gone
-    // or the channel is muted, RPC_E_INVALID_DATA when what came wasn't a frame; both leave the channel closed.
+    // Makes a call and waits for its answer, whose result, number and text it gives. RPC_E_DISCONNECTED when
+    // the other end is gone or the channel is muted, RPC_E_INVALID_DATA when what came wasn't a frame; both
+    // leave the channel closed.
     HRESULT Call(OutgoingMessage& call, IncomingMessage& reply);
 
-    // Tells the other end that its object isn't referenced any more. Never waits for a call under way: the word goes out with the
-    // next call at the latest.
+    // Tells the other end that its object isn't referenced any more. Never waits for a call under way: the
+    // word goes out with the next call at the latest.
     void Release(std::uint32_t object);
 
-    // Reads one frame, waiting for it, and serves it. False when the other end is gone or sent what isn't a frame.
+    // Reads one frame, waiting for it, and serves it. False when the other end is gone or sent what isn't a
+    // frame.
     bool ServeOne();
 
     // True while a frame, or the beginning of one, has been read from the socket and not been served.

@@ -17,8 +17,8 @@ public:
     // The opening call. E_NOINTERFACE when the engine speaks another version of the protocol.
     HRESULT Hello(std::int32_t previousJob);
 
-    HRESULT StartAnalysis(IKeldaProgressInterface* pIProgress, IKeldaSolutionInterface* pISolution, BSTR filename,
-                          BSTR projectpath, std::int32_t* procid);
+    HRESULT StartAnalysis(IKeldaProgressInterface* pIProgress, IKeldaSolutionInterface* pISolution,
+                          BSTR filename, BSTR projectpath, std::int32_t* procid);
     HRESULT AbortAnalysis(std::int32_t procid, std::int32_t savestate);
     HRESULT IsAlive(std::int32_t procid, std::int32_t* alive);
     HRESULT SendCosimPortData(BSTR portData);

@@ -1,7 +1,7 @@
 // One frame of the channel as plain values.
 //
-// Which fields count depends on the kind; texts stand in the order of the method's parameters. A message to be sent borrows its
-// texts, a received one owns them.
+// Which fields count depends on the kind; texts stand in the order of the method's parameters. A message to
+// be sent borrows its texts, a received one owns them.
 #pragma once
 
 #include <keldasimenginelib/keldasimenginelib.h>

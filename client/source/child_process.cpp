@@ -72,8 +72,7 @@ pid_t SpawnChild(const std::string& program, int calls, int callbacks, int& erro
     posix_spawnattr_setsigdefault(attributes.Get(), &all);
     posix_spawnattr_setflags(attributes.Get(), POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
 
-    std::string channel =
-        "--channel=" + std::to_string(kCallsThere) + "," + std::to_string(kCallbacksThere);
+    std::string channel = "--channel=" + std::to_string(kCallsThere) + "," + std::to_string(kCallbacksThere);
     std::string verb = "-Embedding";
     std::string name = program;
     char* arguments[] = {name.data(), channel.data(), verb.data(), nullptr};
@@ -85,7 +84,8 @@ pid_t SpawnChild(const std::string& program, int calls, int callbacks, int& erro
 LostEngine WaitForChild(pid_t process, std::chrono::milliseconds patience) {
     LostEngine lost;
     lost.process = process;
-    // A wait with a limit is a poll of the process's descriptor; without one (an old system) there is no limit.
+    // A wait with a limit is a poll of the process's descriptor; without one (an old system) there is no
+    // limit.
     platform::UniqueFd descriptor(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
     if (descriptor) {
         pollfd wait{descriptor.Get(), POLLIN, 0};
@@ -107,7 +107,8 @@ LostEngine WaitForChild(pid_t process, std::chrono::milliseconds patience) {
         lost.signal = WTERMSIG(status);
         const char* name = sigabbrev_np(lost.signal);
         const char* description = sigdescr_np(lost.signal);
-        lost.reason = "the engine was ended by signal " + (name ? "SIG" + std::string(name) : std::to_string(lost.signal));
+        lost.reason = "the engine was ended by signal " +
+                      (name ? "SIG" + std::string(name) : std::to_string(lost.signal));
         if (description)
             lost.reason += std::string(" (") + description + ")";
     } else {

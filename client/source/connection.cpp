@@ -13,7 +13,8 @@
 namespace kelda {
 namespace {
 
-// How long a process whose connection has ended may take to leave by itself. It stays for a second after its client.
+// How long a process whose connection has ended may take to leave by itself. It stays for a second after its
+// client.
 constexpr std::chrono::milliseconds kLeaveTime{5'000};
 
 } // namespace
@@ -44,7 +45,7 @@ std::shared_ptr<Connection> Connection::Open(const ActivationOptions& options, s
 Connection::Process Connection::Spawn(const std::string& server) {
     int calls[2];
     int callbacks[2];
-    auto pair = [](int (&ends)[2]) {
+    auto pair = [](int(&ends)[2]) {
         if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
             throw ActivationError(std::string("no socket for the engine: ") + std::strerror(errno));
     };
@@ -98,7 +99,8 @@ void Connection::ServeCallbacks() {
     while (m_Callbacks.ServeOne()) {
     }
     m_Over = true;
-    // Wakes a call that waits for its answer, and tells an engine that is still there that its client is through with it.
+    // Wakes a call that waits for its answer, and tells an engine that is still there that its client is
+    // through with it.
     m_Calls.Shutdown();
     m_Callbacks.Shutdown();
     m_Objects.Close();

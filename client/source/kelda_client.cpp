@@ -23,8 +23,8 @@ public:
         return CountedObject::QueryInterface(iid == IDispatch::kIid ? IKeldaEngine::kIid : iid, object);
     }
 
-    HRESULT StartAnalysis(IKeldaProgressInterface* pIProgress, IKeldaSolutionInterface* pISolution, BSTR filename,
-                          BSTR projectpath, std::int32_t* procid) override {
+    HRESULT StartAnalysis(IKeldaProgressInterface* pIProgress, IKeldaSolutionInterface* pISolution,
+                          BSTR filename, BSTR projectpath, std::int32_t* procid) override {
         if (!procid)
             return E_POINTER;
         HRESULT result = Call([&](transport::EngineProxy& engine) {
@@ -88,7 +88,9 @@ private:
     std::int32_t m_LastJob = 0;
 };
 
-bool IsProgram(const std::string& path) { return !path.empty() && access(path.c_str(), X_OK) == 0; }
+bool IsProgram(const std::string& path) {
+    return !path.empty() && access(path.c_str(), X_OK) == 0;
+}
 
 // What the class's registration names. A registry that can't be read registers nothing.
 std::string RegisteredServer() {

@@ -27,4 +27,6 @@ void JobGate::WaitUntilEmpty() {
     m_Changed.wait(lock, [this] { return m_Places.empty(); });
 }
 
-bool JobGate::Holds(Place place) const { return std::ranges::find(m_Places, place) != m_Places.end(); }
+bool JobGate::Holds(Place place) const {
+    return std::ranges::find(m_Places, place) != m_Places.end();
+}

@@ -38,6 +38,6 @@ HRESULT PostText(IKeldaProgressInterface& progress, std::int32_t severity, const
                    u"stringarg0=%s, argtype0=5)\n"
                    u"$end 'message'\n",
                    severity, Quoted(text).c_str());
-    platform::UniqueBstr form(message.ToBstr());
+    auto form = platform::UniqueBstr::Adopt(message.ToBstr());
     return progress.PostOrvaneMessage(form.Get());
 }

@@ -7,7 +7,8 @@
 
 namespace {
 
-// The running job may be muted while its thread is still in the kernel: nothing of it reaches the client from then on.
+// The running job may be muted while its thread is still in the kernel: nothing of it reaches the client from
+// then on.
 IKeldaProgressInterface* LiveProgress() {
     const JobState& state = ProcessJobState();
     return state.control && state.control->Aborted() ? nullptr : state.progress;

@@ -8,7 +8,9 @@
 
 CKeldaEngine::CKeldaEngine(Services services) : m_Services(std::move(services)) {}
 
-CKeldaEngine::~CKeldaEngine() { ProcessJobState().gate.WaitUntilEmpty(); }
+CKeldaEngine::~CKeldaEngine() {
+    ProcessJobState().gate.WaitUntilEmpty();
+}
 
 HRESULT CKeldaEngine::QueryInterface(const IID& iid, void** object) {
     if (!object)
@@ -30,13 +32,13 @@ HRESULT CKeldaEngine::StartAnalysis(IKeldaProgressInterface* pIProgress, IKeldaS
     m_pProgress = platform::InterfacePtr<IKeldaProgressInterface>(pIProgress);
 
     auto job = std::make_unique<CWorkerThread>();
-    HRESULT marshalled = platform::CoMarshalInterThreadInterfaceInStream(IKeldaProgressInterface::kIid, pIProgress,
-                                                                         &job->progress);
+    HRESULT marshalled = platform::CoMarshalInterThreadInterfaceInStream(IKeldaProgressInterface::kIid,
+                                                                         pIProgress, &job->progress);
     if (Failed(marshalled) || !job->progress)
         return marshalled;
     if (pISolution) {
-        marshalled = platform::CoMarshalInterThreadInterfaceInStream(IKeldaSolutionInterface::kIid, pISolution,
-                                                                     &job->solution);
+        marshalled = platform::CoMarshalInterThreadInterfaceInStream(IKeldaSolutionInterface::kIid,
+                                                                     pISolution, &job->solution);
         if (Failed(marshalled) || !job->solution)
             return marshalled;
     }
@@ -47,7 +49,8 @@ HRESULT CKeldaEngine::StartAnalysis(IKeldaProgressInterface* pIProgress, IKeldaS
     std::int32_t handle = m_procid < std::numeric_limits<std::int32_t>::max() ? m_procid + 1 : 1;
     auto control = std::make_shared<JobControl>(handle, ProcessJobState().gate);
     job->control = control;
-    // Shared, since the thread's function object has to be copyable; the worker is the only one that takes it.
+    // Shared, since the thread's function object has to be copyable; the worker is the only one that takes
+    // it.
     auto record = std::make_shared<std::unique_ptr<CWorkerThread>>(std::move(job));
     m_pThread = m_Services.createThread([record] { RunWorker(std::move(*record)); });
     m_hThread = std::move(control);
@@ -84,6 +87,10 @@ HRESULT CKeldaEngine::IsAlive(std::int32_t procid, std::int32_t* alive) {
     return S_OK;
 }
 
-HRESULT CKeldaEngine::SendCosimPortData(BSTR) { return S_OK; }
+HRESULT CKeldaEngine::SendCosimPortData(BSTR) {
+    return S_OK;
+}
 
-HRESULT CKeldaEngine::SendCosimSourceData(BSTR) { return S_OK; }
+HRESULT CKeldaEngine::SendCosimSourceData(BSTR) {
+    return S_OK;
+}

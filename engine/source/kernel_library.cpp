@@ -8,10 +8,12 @@ namespace {
 
 constexpr char kFileName[] = "libckt_kernel.so";
 
-// A file in a known folder is taken only if it is there; the loader's search is the last resort and its words the error.
+// A file in a known folder is taken only if it is there; the loader's search is the last resort and its words
+// the error.
 std::string FindKernel() {
     std::string folder = platform::ProgramFolder();
-    for (const std::string& candidate : {folder + "/" + kFileName, folder + "/" TARVOK_KERNEL_FOLDER "/" + kFileName})
+    for (const std::string& candidate :
+         {folder + "/" + kFileName, folder + "/" TARVOK_KERNEL_FOLDER "/" + kFileName})
         if (!folder.empty() && access(candidate.c_str(), F_OK) == 0)
             return candidate;
     return kFileName;

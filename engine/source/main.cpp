@@ -1,4 +1,5 @@
-// tarvok, the engine host: registers itself, serves one client, or hands its command line to the simulation kernel.
+// tarvok, the engine host: registers itself, serves one client, or hands its command line to the simulation
+// kernel.
 
 #include <engine/server.h>
 

@@ -2,7 +2,9 @@
 
 #include <thread>
 
-std::uint32_t ServerModule::Lock() { return ++m_Count; }
+std::uint32_t ServerModule::Lock() {
+    return ++m_Count;
+}
 
 std::uint32_t ServerModule::Unlock() {
     std::uint32_t left = --m_Count;

@@ -1,8 +1,8 @@
 // KELDASIMENGINELib 1.0: the interfaces between a client and the engine.
 //
-// The client calls IKeldaEngine and implements the two callback interfaces, which it passes to StartAnalysis. Every method
-// returns an HRESULT: a result below 0 is a failure. Text is BSTR; [in] texts stay the caller's, an [in, out] text is
-// replaced by one that the receiver frees. `long` of the interfaces carries 32 bits.
+// The client calls IKeldaEngine and implements the two callback interfaces, which it passes to StartAnalysis.
+// Every method returns an HRESULT: a result below 0 is a failure. Text is BSTR; [in] texts stay the caller's,
+// an [in, out] text is replaced by one that the receiver frees. `long` of the interfaces carries 32 bits.
 #pragma once
 
 #include <platform/bstr.h>
@@ -48,14 +48,16 @@ class IKeldaSolutionInterface : public IUnknown {
 public:
     static constexpr IID kIid = platform::ParseGuid("42274379-7374-4979-AE50-EA2F8B411C44");
 
-    // [in, out] `netwData` becomes a solution in block text form. `msg` 0 is success; any other value goes back to the
-    // kernel as the failure's code. `freqValues` holds the wanted frequencies in hertz, as token text.
+    // [in, out] `netwData` becomes a solution in block text form. `msg` 0 is success; any other value goes
+    // back to the kernel as the failure's code. `freqValues` holds the wanted frequencies in hertz, as token
+    // text.
     virtual HRESULT GetFieldSolverData(BSTR designName, BSTR compInstID, BSTR solnType, BSTR solnFlag,
-                                       BSTR paramValues, BSTR freqValues, BSTR* netwData, std::int32_t* msg) = 0;
+                                       BSTR paramValues, BSTR freqValues, BSTR* netwData,
+                                       std::int32_t* msg) = 0;
 
     // For clients; the engine makes no call of it.
-    virtual HRESULT GetNetlistSolverData(BSTR designName, BSTR compInstID, BSTR paramValues, BSTR* netlistData,
-                                         std::int32_t* msg) = 0;
+    virtual HRESULT GetNetlistSolverData(BSTR designName, BSTR compInstID, BSTR paramValues,
+                                         BSTR* netlistData, std::int32_t* msg) = 0;
 
 protected:
     ~IKeldaSolutionInterface() = default;
@@ -66,15 +68,18 @@ class IKeldaEngine : public IDispatch {
 public:
     static constexpr IID kIid = platform::ParseGuid("B3F0D28E-8292-459B-99EC-A63BADEF1FA0");
 
-    // Starts a job on `filename` for the project directory `projectpath` and returns at once; `procid` receives the job's
-    // handle. `pISolution` may be null. S_FALSE: the thread can't be started; E_ACCESSDENIED: `pIProgress` is null.
+    // Starts a job on `filename` for the project directory `projectpath` and returns at once; `procid`
+    // receives the job's handle. `pISolution` may be null. S_FALSE: the thread can't be started;
+    // E_ACCESSDENIED: `pIProgress` is null.
     virtual HRESULT StartAnalysis(IKeldaProgressInterface* pIProgress, IKeldaSolutionInterface* pISolution,
                                   BSTR filename, BSTR projectpath, std::int32_t* procid) = 0;
 
-    // Ends the latest job, if `procid` is its handle; any other value is ignored. The job brings no AnalysisDone.
+    // Ends the latest job, if `procid` is its handle; any other value is ignored. The job brings no
+    // AnalysisDone.
     virtual HRESULT AbortAnalysis(std::int32_t procid, std::int32_t savestate) = 0;
 
-    // `alive` is 1 when `procid` is the handle of the latest StartAnalysis, also after that job has ended; else 0.
+    // `alive` is 1 when `procid` is the handle of the latest StartAnalysis, also after that job has ended;
+    // else 0.
     virtual HRESULT IsAlive(std::int32_t procid, std::int32_t* alive) = 0;
 
     virtual HRESULT SendCosimPortData(BSTR portData) = 0;

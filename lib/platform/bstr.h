@@ -1,8 +1,9 @@
 // Counted 16-bit text, the form in which text crosses the object interfaces.
 //
-// A BSTR points at its first code unit; its length stands in front of it and a zero unit behind it, so embedded
-// zeros and lone surrogates are kept. A null BSTR has length 0. The caller of an interface method owns the BSTRs that
-// it passes; the receiver of an [in, out] BSTR frees what it gets back. Any thread may use a BSTR, one at a time.
+// A BSTR points at its first code unit; its length stands in front of it and a zero unit behind it, so
+// embedded zeros and lone surrogates are kept. A null BSTR has length 0. The caller of an interface method
+// owns the BSTRs that it passes; the receiver of an [in, out] BSTR frees what it gets back. Any thread may
+// use a BSTR, one at a time.
 #pragma once
 
 #include <cstddef>
@@ -33,8 +34,16 @@ namespace platform {
 class UniqueBstr {
 public:
     UniqueBstr() = default;
-    explicit UniqueBstr(BSTR text) : m_Text(text) {}
+    // A copy of the text.
     explicit UniqueBstr(std::u16string_view text) : m_Text(SysAllocStringLen(text.data(), text.size())) {}
+    // Takes over a text that the caller owns.
+    static UniqueBstr Adopt(BSTR text) {
+        UniqueBstr owner;
+        owner.m_Text = text;
+        return owner;
+    }
+    explicit UniqueBstr(BSTR) = delete; // copy or take over?
+    explicit UniqueBstr(const wchar16* text) : UniqueBstr(std::u16string_view(text)) {}
     UniqueBstr(UniqueBstr&& other) noexcept : m_Text(std::exchange(other.m_Text, nullptr)) {}
     UniqueBstr& operator=(UniqueBstr&& other) noexcept {
         std::swap(m_Text, other.m_Text);

@@ -22,6 +22,11 @@ inline constexpr unsigned kCodePageUtf8 = 65001;
 // Appends the decoded bytes to `units`. False, and nothing appended, for another code page.
 bool DecodeBytes(unsigned codePage, std::string_view bytes, std::u16string& units);
 
+// Writes the ASCII characters at the beginning of `units`, a byte each, and gives their number: most texts
+// end there. `bytes` has room for as many bytes as there are units. 0 also where a page has ASCII at other
+// places.
+std::size_t EncodeAsciiRun(unsigned codePage, std::u16string_view units, char* bytes);
+
 // How many bytes the units take at most; 0 for no units or another code page.
 std::size_t EncodedBound(unsigned codePage, std::u16string_view units);
 

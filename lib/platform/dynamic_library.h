@@ -16,8 +16,8 @@ public:
     }
     ~DynamicLibrary();
 
-    // Loads `file`, a path or a bare name for the loader's own search. On failure the object is empty and `error` holds the
-    // loader's words.
+    // Loads `file`, a path or a bare name for the loader's own search. On failure the object is empty and
+    // `error` holds the loader's words.
     static DynamicLibrary Load(const std::string& file, std::string& error);
 
     explicit operator bool() const { return m_Handle != nullptr; }

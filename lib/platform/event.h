@@ -39,7 +39,8 @@ public:
     bool WaitFor(std::chrono::milliseconds time) {
         std::unique_lock lock(m_Mutex);
         // A deadline on the system clock is what the thread sanitizer's runtime can follow.
-        if (!m_Changed.wait_until(lock, std::chrono::system_clock::now() + time, [this] { return m_Signalled; }))
+        if (!m_Changed.wait_until(lock, std::chrono::system_clock::now() + time,
+                                  [this] { return m_Signalled; }))
             return false;
         Take();
         return true;

@@ -18,8 +18,8 @@ using CLSID = GUID;
 
 namespace platform {
 
-// From the text form 8-4-4-4-12 in hexadecimal digits, without braces. Throws std::invalid_argument otherwise, which
-// makes a wrong literal an error of compilation.
+// From the text form 8-4-4-4-12 in hexadecimal digits, without braces. Throws std::invalid_argument
+// otherwise, which makes a wrong literal an error of compilation.
 constexpr GUID ParseGuid(std::string_view text) {
     auto digit = [](char c) -> std::uint8_t {
         if (c >= '0' && c <= '9')

@@ -1,7 +1,7 @@
 // Carrying an interface pointer from the thread that received it to another one.
 //
-// Two steps: the first thread marshals the pointer into a stream, the second takes a pointer of its own out of it. The
-// stream holds a counted reference in between, and the second step consumes it.
+// Two steps: the first thread marshals the pointer into a stream, the second takes a pointer of its own out
+// of it. The stream holds a counted reference in between, and the second step consumes it.
 #pragma once
 
 #include <platform/unknown.h>
@@ -32,6 +32,7 @@ protected:
 HRESULT CoMarshalInterThreadInterfaceInStream(const IID& iid, IUnknown* object,
                                               std::unique_ptr<InterfaceStream>* stream);
 
-HRESULT CoGetInterfaceAndReleaseStream(std::unique_ptr<InterfaceStream> stream, const IID& iid, void** object);
+HRESULT CoGetInterfaceAndReleaseStream(std::unique_ptr<InterfaceStream> stream, const IID& iid,
+                                       void** object);
 
 } // namespace platform

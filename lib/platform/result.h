@@ -24,5 +24,9 @@ inline constexpr HRESULT E_ACCESSDENIED = static_cast<HRESULT>(0x80070005);
 inline constexpr HRESULT E_OUTOFMEMORY = static_cast<HRESULT>(0x8007000E);
 inline constexpr HRESULT E_INVALIDARG = static_cast<HRESULT>(0x80070057);
 
-constexpr bool Succeeded(HRESULT result) { return result >= 0; }
-constexpr bool Failed(HRESULT result) { return result < 0; }
+constexpr bool Succeeded(HRESULT result) {
+    return result >= 0;
+}
+constexpr bool Failed(HRESULT result) {
+    return result < 0;
+}

@@ -13,8 +13,8 @@ public:
 
     virtual ~Thread() = default;
 
-    // Lets the thread run and gives the suspend count that stood before: 1 for a thread that waited. A thread that was never
-    // resumed ends with its object, without having run; a running one goes on by itself.
+    // Lets the thread run and gives the suspend count that stood before: 1 for a thread that waited. A thread
+    // that was never resumed ends with its object, without having run; a running one goes on by itself.
     virtual int Resume() = 0;
 };
 

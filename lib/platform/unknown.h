@@ -1,7 +1,7 @@
 // The base of the object interfaces and the owner of one counted reference.
 //
-// Implementations count atomically: any thread may take or drop a reference. An interface pointer that a method
-// receives is the caller's; a callee that keeps it takes a reference of its own.
+// Implementations count atomically: any thread may take or drop a reference. An interface pointer that a
+// method receives is the caller's; a callee that keeps it takes a reference of its own.
 #pragma once
 
 #include <platform/guid.h>
@@ -64,7 +64,8 @@ private:
     Interface* m_Object = nullptr;
 };
 
-// Implements IUnknown for a class with one interface that lives on the heap. Starts with one reference, the creator's.
+// Implements IUnknown for a class with one interface that lives on the heap. Starts with one reference, the
+// creator's.
 template <class Interface>
 class CountedObject : public Interface {
 public:

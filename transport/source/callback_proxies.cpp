@@ -115,7 +115,9 @@ public:
         IncomingMessage reply;
         return Call(Kind::kAnalysisDone, call, reply);
     }
-    HRESULT PostOrvaneMessage(BSTR message) override { return CallWithText(Kind::kPostOrvaneMessage, message); }
+    HRESULT PostOrvaneMessage(BSTR message) override {
+        return CallWithText(Kind::kPostOrvaneMessage, message);
+    }
     HRESULT BounceOrvaneMessage(BSTR* message) override {
         if (!message)
             return E_POINTER;
@@ -127,15 +129,18 @@ public:
             TakeText(reply, message);
         return result;
     }
-    HRESULT PutCosimPortData(BSTR port_data) override { return CallWithText(Kind::kPutCosimPortData, port_data); }
+    HRESULT PutCosimPortData(BSTR port_data) override {
+        return CallWithText(Kind::kPutCosimPortData, port_data);
+    }
 };
 
 class SolutionProxy final : public Proxy<IKeldaSolutionInterface, SolutionProxy> {
 public:
     using Proxy::Proxy;
 
-    HRESULT GetFieldSolverData(BSTR designName, BSTR compInstID, BSTR solnType, BSTR solnFlag, BSTR paramValues,
-                               BSTR freqValues, BSTR* netwData, std::int32_t* msg) override {
+    HRESULT GetFieldSolverData(BSTR designName, BSTR compInstID, BSTR solnType, BSTR solnFlag,
+                               BSTR paramValues, BSTR freqValues, BSTR* netwData,
+                               std::int32_t* msg) override {
         if (!netwData || !msg)
             return E_POINTER;
         OutgoingMessage call;
@@ -173,11 +178,13 @@ platform::InterfacePtr<Interface> Make(CallbackChannels channels, std::uint32_t 
 
 } // namespace
 
-platform::InterfacePtr<IKeldaProgressInterface> MakeProgressProxy(CallbackChannels channels, std::uint32_t number) {
+platform::InterfacePtr<IKeldaProgressInterface> MakeProgressProxy(CallbackChannels channels,
+                                                                  std::uint32_t number) {
     return Make<ProgressProxy, IKeldaProgressInterface>(channels, number);
 }
 
-platform::InterfacePtr<IKeldaSolutionInterface> MakeSolutionProxy(CallbackChannels channels, std::uint32_t number) {
+platform::InterfacePtr<IKeldaSolutionInterface> MakeSolutionProxy(CallbackChannels channels,
+                                                                  std::uint32_t number) {
     return Make<SolutionProxy, IKeldaSolutionInterface>(channels, number);
 }
 

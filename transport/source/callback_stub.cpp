@@ -35,9 +35,9 @@ Answer ServeSolution(IKeldaSolutionInterface& solution, IncomingMessage& call) {
     switch (call.kind) {
     case Kind::kGetFieldSolverData:
         answer.text = std::move(texts[6]);
-        answer.result = solution.GetFieldSolverData(texts[0].Get(), texts[1].Get(), texts[2].Get(), texts[3].Get(),
-                                                    texts[4].Get(), texts[5].Get(), answer.text.Address(),
-                                                    &answer.value);
+        answer.result =
+            solution.GetFieldSolverData(texts[0].Get(), texts[1].Get(), texts[2].Get(), texts[3].Get(),
+                                        texts[4].Get(), texts[5].Get(), answer.text.Address(), &answer.value);
         break;
     case Kind::kGetNetlistSolverData:
         answer.text = std::move(texts[3]);

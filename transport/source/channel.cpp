@@ -17,9 +17,13 @@ namespace {
 constexpr std::size_t kBufferBytes = kMaxFrameBytes + 4096;
 constexpr std::size_t kMaxSegments = 64;
 
-constexpr std::size_t Padding(std::size_t bytes) { return (kAlignment - bytes % kAlignment) % kAlignment; }
+constexpr std::size_t Padding(std::size_t bytes) {
+    return (kAlignment - bytes % kAlignment) % kAlignment;
+}
 
-std::size_t TextBytes(BSTR text) { return SysStringLen(text) * sizeof(wchar16); }
+std::size_t TextBytes(BSTR text) {
+    return SysStringLen(text) * sizeof(wchar16);
+}
 
 } // namespace
 
@@ -224,7 +228,8 @@ Channel::Received Channel::Fill(std::size_t bytes) {
         if (got < 0 && errno == EINTR)
             continue;
         if (got <= 0) {
-            // A peer that was killed with unread bytes resets the connection: the end of the stream all the same.
+            // A peer that was killed with unread bytes resets the connection: the end of the stream all the
+            // same.
             if (m_End == m_Begin)
                 return Received::kEnd;
             return Damaged("the end of the stream within a frame");
@@ -269,6 +274,8 @@ bool Channel::WaitReadable(int milliseconds) const {
     return ready > 0;
 }
 
-void Channel::Shutdown() { ::shutdown(m_Socket.Get(), SHUT_RDWR); }
+void Channel::Shutdown() {
+    ::shutdown(m_Socket.Get(), SHUT_RDWR);
+}
 
 } // namespace transport

@@ -32,7 +32,9 @@ HRESULT EngineProxy::IsAlive(std::int32_t procid, std::int32_t* alive) {
     return Call(Kind::kIsAlive, call, alive);
 }
 
-HRESULT EngineProxy::SendCosimPortData(BSTR portData) { return CallWithText(Kind::kSendCosimPortData, portData); }
+HRESULT EngineProxy::SendCosimPortData(BSTR portData) {
+    return CallWithText(Kind::kSendCosimPortData, portData);
+}
 
 HRESULT EngineProxy::SendCosimSourceData(BSTR sourceData) {
     return CallWithText(Kind::kSendCosimSourceData, sourceData);

@@ -16,8 +16,8 @@ Answer EngineStub::Serve(IncomingMessage& call) {
     case Kind::kStartAnalysis: {
         auto progress = MakeProgressProxy(*m_Channels, static_cast<std::uint32_t>(call.numbers[0]));
         auto solution = MakeSolutionProxy(*m_Channels, static_cast<std::uint32_t>(call.numbers[1]));
-        answer.result = m_Engine.StartAnalysis(progress.Get(), solution.Get(), text, call.texts[1].Get(),
-                                               &answer.value);
+        answer.result =
+            m_Engine.StartAnalysis(progress.Get(), solution.Get(), text, call.texts[1].Get(), &answer.value);
         break;
     }
     case Kind::kAbortAnalysis:

@@ -40,14 +40,14 @@ public:
             break;
         case wire::Text::UNITS: {
             auto bytes = in.getUnits();
-            text = platform::UniqueBstr(SysAllocStringLen(nullptr, bytes.size() / sizeof(wchar16)));
+            text = platform::UniqueBstr::Adopt(SysAllocStringLen(nullptr, bytes.size() / sizeof(wchar16)));
             m_Good &= text.Get() != nullptr;
             if (text.Get())
                 std::memcpy(text.Get(), bytes.begin(), bytes.size() / sizeof(wchar16) * sizeof(wchar16));
             break;
         }
         case wire::Text::FOLLOWING:
-            text = platform::UniqueBstr(SysAllocStringLen(nullptr, in.getFollowing()));
+            text = platform::UniqueBstr::Adopt(SysAllocStringLen(nullptr, in.getFollowing()));
             m_Good &= text.Get() != nullptr;
             m_Following.push_back(text.Get());
             break;
@@ -65,7 +65,8 @@ private:
 
 } // namespace
 
-void WriteFrame(const OutgoingMessage& message, capnp::MessageBuilder& builder, std::vector<BSTR>& following) {
+void WriteFrame(const OutgoingMessage& message, capnp::MessageBuilder& builder,
+                std::vector<BSTR>& following) {
     auto frame = builder.initRoot<wire::Frame>();
     TextWriter write(following);
     const auto& texts = message.texts;

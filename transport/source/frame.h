@@ -10,8 +10,8 @@
 
 namespace transport {
 
-// A text up to this size stands in its frame; a longer one follows it and goes between the socket and its own storage without
-// a copy.
+// A text up to this size stands in its frame; a longer one follows it and goes between the socket and its own
+// storage without a copy.
 inline constexpr std::size_t kMaxUnitsInFrame = 8192;
 
 // Seven texts of the greatest size, with the frame's own fields and some room.
@@ -23,8 +23,9 @@ inline constexpr std::size_t kAlignment = 8;
 // Builds the frame. `following` gets the texts that are to be sent behind it.
 void WriteFrame(const OutgoingMessage& message, capnp::MessageBuilder& builder, std::vector<BSTR>& following);
 
-// Reads a frame. `following` gets the places of the texts behind it, each with its storage and still without its content. False
-// when the frame is of no known kind or memory for a text is short. Throws kj::Exception on a damaged frame.
+// Reads a frame. `following` gets the places of the texts behind it, each with its storage and still without
+// its content. False when the frame is of no known kind or memory for a text is short. Throws kj::Exception
+// on a damaged frame.
 bool ReadFrame(capnp::MessageReader& reader, IncomingMessage& message, std::vector<BSTR>& following);
 
 } // namespace transport

@@ -5,8 +5,8 @@
 
 namespace {
 
-constexpr std::u16string_view kMethods[] = {u"StartAnalysis", u"AbortAnalysis", u"IsAlive", u"SendCosimPortData",
-                                            u"SendCosimSourceData"};
+constexpr std::u16string_view kMethods[] = {u"StartAnalysis", u"AbortAnalysis", u"IsAlive",
+                                            u"SendCosimPortData", u"SendCosimSourceData"};
 
 bool EqualNoCase(std::u16string_view a, std::u16string_view b) {
     auto lower = [](wchar16 c) { return c >= u'A' && c <= u'Z' ? static_cast<wchar16>(c + 32) : c; };

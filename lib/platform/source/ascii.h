@@ -25,7 +25,7 @@ inline std::size_t WidenAscii(const unsigned char* bytes, std::size_t length, ch
         _mm_storeu_si128(out + 2, _mm_unpacklo_epi8(b, zero));
         _mm_storeu_si128(out + 3, _mm_unpackhi_epi8(b, zero));
     }
-    if (length - i >= 16) {
+    for (; length - i >= 16; i += 16) {
         const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + i));
         auto* out = reinterpret_cast<__m128i*>(units + i);
         _mm_storeu_si128(out, _mm_unpacklo_epi8(a, zero));
@@ -51,18 +51,21 @@ inline std::size_t WidenAscii(const unsigned char* bytes, std::size_t length, ch
     return i;
 }
 
-// The same in the other direction.
+// The same in the other direction; up to `length` bytes may be written.
 inline std::size_t NarrowAscii(const char16_t* units, std::size_t length, unsigned char* bytes) {
     std::size_t i = 0;
 #ifdef __SSE2__
     const __m128i beyond = _mm_set1_epi16(static_cast<short>(0xFF80));
+    const __m128i zero = _mm_setzero_si128();
     for (; length - i >= 16; i += 16) {
         const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + i));
         const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + i + 8));
-        const __m128i high = _mm_and_si128(_mm_or_si128(a, b), beyond);
-        if (_mm_movemask_epi8(_mm_cmpeq_epi16(high, _mm_setzero_si128())) != 0xFFFF)
-            break;
         _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes + i), _mm_packus_epi16(a, b));
+        const __m128i plainA = _mm_cmpeq_epi16(_mm_and_si128(a, beyond), zero);
+        const __m128i plainB = _mm_cmpeq_epi16(_mm_and_si128(b, beyond), zero);
+        const int plain = _mm_movemask_epi8(_mm_packs_epi16(plainA, plainB));
+        if (plain != 0xFFFF)
+            return i + static_cast<std::size_t>(__builtin_ctz(~static_cast<unsigned>(plain)));
     }
 #else
     for (; length - i >= 16; i += 16) {

@@ -11,7 +11,9 @@ struct alignas(16) Header {
     std::size_t length;
 };
 
-Header* HeaderOf(BSTR text) { return reinterpret_cast<Header*>(text) - 1; }
+Header* HeaderOf(BSTR text) {
+    return reinterpret_cast<Header*>(text) - 1;
+}
 
 } // namespace
 
@@ -33,7 +35,9 @@ BSTR SysAllocString(const wchar16* text) {
     return text ? SysAllocStringLen(text, std::char_traits<wchar16>::length(text)) : nullptr;
 }
 
-std::size_t SysStringLen(BSTR text) { return text ? HeaderOf(text)->length : 0; }
+std::size_t SysStringLen(BSTR text) {
+    return text ? HeaderOf(text)->length : 0;
+}
 
 void SysFreeString(BSTR text) {
     if (text)

@@ -155,29 +155,21 @@ const Converter* ConverterOf(unsigned codePage) {
     }
 }
 
-// How many units the bytes come to, exactly where they are well-formed.
-std::size_t CountUnits(const unsigned char* at, const unsigned char* end) {
-    std::size_t count = 0;
-    const auto units = [](unsigned char byte) {
-        return static_cast<unsigned char>((byte < 0x80 || byte > 0xBF) + (byte > 0xEF));
-    };
-    for (; end - at >= 64; at += 64) {
-        unsigned char sum = 0;
-        for (int i = 0; i < 64; ++i)
-            sum = static_cast<unsigned char>(sum + units(at[i]));
-        count += sum;
-    }
-    for (; at < end; ++at)
-        count += units(*at);
-    return count;
-}
-
 void DecodeUtf8(std::string_view bytes, std::u16string& units) {
     auto* at = reinterpret_cast<const unsigned char*>(bytes.data());
     const auto* end = at + bytes.size();
     char16_t buffer[kChunk];
-    while (at < end)
-        units.append(buffer, Utf8ToUnits(at, end, buffer, kChunk));
+    while (at < end) {
+        const auto* before = at;
+        const std::size_t count = Utf8ToUnits(at, end, buffer, kChunk);
+        // If the rest is like this chunk, it comes to this many units; a text of one chunk takes what it
+        // needs.
+        const std::size_t expected =
+            static_cast<std::size_t>(end - at) * count / static_cast<std::size_t>(at - before);
+        if (const std::size_t needed = units.size() + count + expected; needed > units.capacity())
+            units.reserve(needed);
+        units.append(buffer, count);
+    }
 }
 
 void DecodeByConverter(const Converter& converter, std::string_view bytes, std::u16string& units) {
@@ -201,8 +193,6 @@ void DecodeByConverter(const Converter& converter, std::string_view bytes, std::
 
 bool DecodeBytes(unsigned codePage, std::string_view bytes, std::u16string& units) {
     if (IsUtf8(codePage)) {
-        auto* begin = reinterpret_cast<const unsigned char*>(bytes.data());
-        units.reserve(units.size() + CountUnits(begin, begin + bytes.size()));
         DecodeUtf8(bytes, units);
         return true;
     }
@@ -226,6 +216,12 @@ bool DecodeBytes(unsigned codePage, std::string_view bytes, std::u16string& unit
     return true;
 }
 
+std::size_t EncodeAsciiRun(unsigned codePage, std::u16string_view units, char* bytes) {
+    const Converter* converter = IsUtf8(codePage) ? nullptr : ConverterOf(codePage);
+    const bool isPlain = converter ? converter->asciiIsPlain : IsUtf8(codePage);
+    return isPlain ? NarrowAscii(units.data(), units.size(), reinterpret_cast<unsigned char*>(bytes)) : 0;
+}
+
 std::size_t EncodedBound(unsigned codePage, std::u16string_view units) {
     if (units.empty())
         return 0;
@@ -239,22 +235,22 @@ std::size_t EncodedBound(unsigned codePage, std::u16string_view units) {
 }
 
 std::size_t EncodeUnits(unsigned codePage, std::u16string_view units, char* bytes) {
-    auto* out = reinterpret_cast<unsigned char*>(bytes);
-    if (IsUtf8(codePage))
+    if (IsUtf8(codePage)) {
+        auto* out = reinterpret_cast<unsigned char*>(bytes);
         return static_cast<std::size_t>(UnitsToUtf8(units.data(), units.data() + units.size(), out) - out);
+    }
     const Converter* converter = ConverterOf(codePage);
     if (!converter || units.empty())
         return 0;
-    std::size_t ascii = converter->asciiIsPlain ? NarrowAscii(units.data(), units.size(), out) : 0;
     UConverter* object = converter->object.get();
     ucnv_resetFromUnicode(object);
-    char* target = bytes + ascii;
+    char* target = bytes;
     const char* limit = bytes + EncodedBound(codePage, units);
-    const UChar* at = units.data() + ascii;
+    const UChar* at = units.data();
     UErrorCode error = U_ZERO_ERROR;
     ucnv_fromUnicode(object, &target, limit, &at, units.data() + units.size(), nullptr, true, &error);
     if (converter->isShiftJis)
-        UndoRingOfBytes(bytes + ascii, target);
+        UndoRingOfBytes(bytes, target);
     return static_cast<std::size_t>(target - bytes);
 }
 

@@ -19,7 +19,9 @@ DynamicLibrary::~DynamicLibrary() {
         dlclose(m_Handle);
 }
 
-void* DynamicLibrary::Find(const char* name) const { return m_Handle ? dlsym(m_Handle, name) : nullptr; }
+void* DynamicLibrary::Find(const char* name) const {
+    return m_Handle ? dlsym(m_Handle, name) : nullptr;
+}
 
 std::string ProgramFolder() {
     std::error_code failure;

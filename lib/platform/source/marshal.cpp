@@ -6,7 +6,9 @@ namespace {
 class SamePointer final : public InterfaceStream {
 public:
     explicit SamePointer(InterfacePtr<IUnknown> object) : m_Object(std::move(object)) {}
-    HRESULT Unmarshal(const IID& iid, void** object) override { return m_Object->QueryInterface(iid, object); }
+    HRESULT Unmarshal(const IID& iid, void** object) override {
+        return m_Object->QueryInterface(iid, object);
+    }
 
 private:
     InterfacePtr<IUnknown> m_Object;
@@ -29,7 +31,8 @@ HRESULT CoMarshalInterThreadInterfaceInStream(const IID& iid, IUnknown* object,
     return S_OK;
 }
 
-HRESULT CoGetInterfaceAndReleaseStream(std::unique_ptr<InterfaceStream> stream, const IID& iid, void** object) {
+HRESULT CoGetInterfaceAndReleaseStream(std::unique_ptr<InterfaceStream> stream, const IID& iid,
+                                       void** object) {
     *object = nullptr;
     return stream ? stream->Unmarshal(iid, object) : E_POINTER;
 }

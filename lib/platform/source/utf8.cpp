@@ -58,6 +58,22 @@ std::size_t Utf8ToUnits(const unsigned char*& at, const unsigned char* end, char
         while (at < end && *at >= 0x80) {
             if (full - out < 2)
                 return static_cast<std::size_t>(out - units);
+            // Three bytes or two, as nearly all are; what isn't well-formed falls through.
+            if (end - at >= 3 && *at < 0xF0) {
+                const unsigned second = at[1] ^ 0x80u;
+                const unsigned third = at[2] ^ 0x80u;
+                const unsigned unit = (at[0] & 0x0Fu) << 12 | second << 6 | third;
+                if (at[0] >= 0xE0 && (second | third) < 0x40 && unit >= 0x800 && (unit & 0xF800) != 0xD800) {
+                    *out++ = static_cast<char16_t>(unit);
+                    at += 3;
+                    continue;
+                }
+                if (at[0] < 0xE0 && at[0] >= 0xC2 && second < 0x40) {
+                    *out++ = static_cast<char16_t>((at[0] & 0x1Fu) << 6 | second);
+                    at += 2;
+                    continue;
+                }
+            }
             const std::uint32_t character = NextCharacter(at, end);
             if (character < 0x10000) {
                 *out++ = static_cast<char16_t>(character);

@@ -270,11 +270,12 @@ const wchar16* ParseWideConversion(const wchar16* at, const wchar16* end, WideCo
                     {u"l", Length::Long},    {u"L", Length::LongDouble}, {u"j", Length::Max},
                     {u"z", Length::Size},    {u"t", Length::Difference}, {u"I64", Length::Int64},
                     {u"I32", Length::Int32}, {u"I", Length::Size},       {u"w", Length::Long}};
-    for (const auto& [text, length] : kLengths)
-        if (take(text)) {
-            conversion.length = length;
-            break;
-        }
+    if (at < end && std::u16string_view(u"hlLjztIw").find(*at) != std::u16string_view::npos)
+        for (const auto& [text, length] : kLengths)
+            if (take(text)) {
+                conversion.length = length;
+                break;
+            }
     if (at == end)
         return at;
     // What isn't ASCII is no type; it stays for the text behind.

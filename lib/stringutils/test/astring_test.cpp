@@ -150,7 +150,7 @@ TEST(AStringToNarrow, GivesANullHandleForNothing) {
 
 TEST(AStringToBstr, KeepsEveryUnit) {
     for (const AString& text : {AString(), AString(u"a\0\xD800", 3)}) {
-        const platform::UniqueBstr bstr(text.ToBstr());
+        const auto bstr = platform::UniqueBstr::Adopt(text.ToBstr());
         ASSERT_NE(bstr.Get(), nullptr);
         EXPECT_EQ(bstr.View(), text);
     }
