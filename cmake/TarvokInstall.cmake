@@ -34,8 +34,8 @@ get_property(programs GLOBAL PROPERTY TARVOK_PROGRAMS)
 if(programs)
     install(TARGETS ${programs} RUNTIME COMPONENT runtime)
 endif()
-if(TARGET ckt_kernel)
-    install(TARGETS ckt_kernel LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/tarvokengine COMPONENT runtime)
+if(TARGET tarvok_ckt_kernel)
+    install(TARGETS tarvok_ckt_kernel LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/tarvokengine COMPONENT runtime)
 endif()
 
 install(EXPORT tarvokengine
