@@ -68,18 +68,23 @@ private:
 
     template <class Method>
     HRESULT Call(Method method) {
-        std::shared_ptr<Connection> connection;
-        try {
-            connection = Connected();
-        } catch (const ActivationError& error) {
-            if (m_Options.onLost)
-                m_Options.onLost({.reason = error.what()});
-            return kEngineNotStarted;
-        }
-        HRESULT result = method(connection->Engine());
-        if (connection->Engine().Ending())
+        for (;;) {
+            std::shared_ptr<Connection> connection;
+            try {
+                connection = Connected();
+            } catch (const ActivationError& error) {
+                if (m_Options.onLost)
+                    m_Options.onLost({.reason = error.what()});
+                return kEngineNotStarted;
+            }
+            HRESULT result = method(connection->Engine());
+            if (!connection->Engine().Ending())
+                return result;
             connection->Close();
-        return result;
+            // An engine that ends carries out no call but the one that made it end.
+            if (result != RPC_E_DISCONNECTED)
+                return result;
+        }
     }
 
     const ActivationOptions m_Options;

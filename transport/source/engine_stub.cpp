@@ -4,6 +4,13 @@ namespace transport {
 
 Answer EngineStub::Serve(IncomingMessage& call) {
     Answer answer;
+    if (m_Ending) {
+        // Another thread of the client didn't know yet. The call isn't carried out, so it can be made on a
+        // fresh engine.
+        answer.result = RPC_E_DISCONNECTED;
+        answer.ending = true;
+        return answer;
+    }
     BSTR text = call.texts[0].Get();
     switch (call.kind) {
     case Kind::kHello:
