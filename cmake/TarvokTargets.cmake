@@ -52,3 +52,15 @@ function(tarvok_test name)
         DISCOVERY_MODE PRE_TEST
         PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 300)
 endfunction()
+
+# tarvok_bench(NAME SOURCES ... [LIBS targets] [DEPENDS targets])
+# A program that measures; it is built with TARVOK_BENCH and not installed.
+function(tarvok_bench name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;DEPENDS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE ${ARG_LIBS} tarvok_flags)
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
+    if(ARG_DEPENDS)
+        add_dependencies(${name} ${ARG_DEPENDS})
+    endif()
+endfunction()

@@ -1,5 +1,8 @@
 #include <platform/bstr.h>
 
+#include <sys/mman.h>
+
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -11,6 +14,17 @@ struct alignas(16) Header {
     std::size_t length;
 };
 
+// Fresh pages cost more than copying does, so a large block asks for large ones.
+void AskForLargePages(void* block, std::size_t bytes) {
+    constexpr std::size_t kWorthIt = std::size_t{4} << 20;
+    constexpr std::size_t kPage = 4096;
+    if (bytes < kWorthIt)
+        return;
+    auto begin = (reinterpret_cast<std::uintptr_t>(block) + kPage - 1) / kPage * kPage;
+    auto end = (reinterpret_cast<std::uintptr_t>(block) + bytes) / kPage * kPage;
+    madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+}
+
 Header* HeaderOf(BSTR text) {
     return reinterpret_cast<Header*>(text) - 1;
 }
@@ -20,9 +34,11 @@ Header* HeaderOf(BSTR text) {
 BSTR SysAllocStringLen(const wchar16* text, std::size_t length) {
     if (length > kMaxBstrLength)
         return nullptr;
-    auto* header = static_cast<Header*>(std::malloc(sizeof(Header) + (length + 1) * sizeof(wchar16)));
+    std::size_t bytes = sizeof(Header) + (length + 1) * sizeof(wchar16);
+    auto* header = static_cast<Header*>(std::malloc(bytes));
     if (!header)
         return nullptr;
+    AskForLargePages(header, bytes);
     header->length = length;
     auto* units = reinterpret_cast<BSTR>(header + 1);
     if (text)
