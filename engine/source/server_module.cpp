@@ -15,17 +15,17 @@ std::uint32_t ServerModule::Unlock() {
     return left;
 }
 
-void ServerModule::StartMonitor(std::function<void()> quit) {
-    std::thread([this, quit = std::move(quit)] { Monitor(quit); }).detach();
+void ServerModule::StartMonitor(std::function<void()> quit, std::chrono::milliseconds grace) {
+    std::thread([this, quit = std::move(quit), grace] { Monitor(quit, grace); }).detach();
 }
 
-void ServerModule::Monitor(const std::function<void()>& quit) {
+void ServerModule::Monitor(const std::function<void()>& quit, std::chrono::milliseconds grace) {
     for (;;) {
         m_Changed.Wait();
         // A client that comes back within the time keeps the process alive.
         do
             m_FellToZero = false;
-        while (m_Changed.WaitFor(std::chrono::milliseconds(10)));
+        while (m_Changed.WaitFor(grace));
         if (!m_FellToZero && m_Count == 0)
             break;
     }
