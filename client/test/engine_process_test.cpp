@@ -196,6 +196,7 @@ TEST_F(EngineProcessTest, AbortOfARunningJobIsAnsweredBringsNoEndAndTheNextJobPa
         SCOPED_TRACE(round);
         auto client = Recorder::New();
         platform::Event inside(platform::Event::Mode::kManualReset);
+        platform::Event left(platform::Event::Mode::kManualReset);
         std::int32_t job = 0;
         std::atomic<bool> writing = true;
         std::thread writer;
@@ -208,6 +209,7 @@ TEST_F(EngineProcessTest, AbortOfARunningJobIsAnsweredBringsNoEndAndTheNextJobPa
             client->onProgress = [&] {
                 inside.Set();
                 std::this_thread::sleep_for(2ms);
+                left.Set();
                 return S_OK;
             };
             ASSERT_EQ(Start(client.Get(), "repeat 1000000 0.5", &job), S_OK);
@@ -217,7 +219,7 @@ TEST_F(EngineProcessTest, AbortOfARunningJobIsAnsweredBringsNoEndAndTheNextJobPa
             client->onProgress = [&] {
                 inside.Wait();
                 EXPECT_EQ(Engine().AbortAnalysis(job, 0), S_OK);
-                inside.Reset();
+                left.Set();
                 return S_OK;
             };
             ASSERT_EQ(Start(client.Get(), "progress 0.5; repeat 1000000 0.5", &job), S_OK);
@@ -246,6 +248,8 @@ TEST_F(EngineProcessTest, AbortOfARunningJobIsAnsweredBringsNoEndAndTheNextJobPa
         ASSERT_TRUE(next->WaitDone());
         EXPECT_EQ(next->Calls(), (Calls{"progress 1", "done 4"}));
         EXPECT_GT(nextJob, job);
+        if (client->onProgress)
+            left.Wait();
         EXPECT_TRUE(round % 5 == 3 || !client->IsDone());
         writing = false;
         if (writer.joinable())
@@ -292,25 +296,15 @@ TEST_F(EngineProcessTest, ALostEngineIsReportedWithItsReasonAndTheNextCallFindsA
 }
 
 TEST_F(EngineProcessTest, AKilledClientEndsItsEngineInEveryStateOfTheJob) {
-    // The client is a process of its own: this test's, forked before it has threads or engines.
-    for (const char* commands :
+    for (std::string commands :
          {"", "touch started; spin", "touch started; await never", "touch started; repeat 1000000000 0.5",
           "touch started; progress 0.5; spin"}) {
         SCOPED_TRACE(commands);
-        pid_t client = fork();
-        if (client == 0) {
-            auto recorder = Recorder::New();
-            recorder->onProgress = [] {
-                std::this_thread::sleep_for(1h); // the worker is blocked in a callback when the client dies
-                return S_OK;
-            };
-            if (*commands)
-                Start(recorder.Get(), commands);
-            else
-                Engine(), Touch("started");
-            pause();
-            _exit(1);
-        }
+        std::string program = DOOMED_CLIENT, server = TEST_SERVER, folder = m_Folder.string();
+        char* arguments[] = {program.data(), server.data(), folder.data(),
+                             commands.empty() ? nullptr : commands.data(), nullptr};
+        pid_t client = 0;
+        ASSERT_EQ(posix_spawn(&client, program.c_str(), nullptr, nullptr, arguments, environ), 0);
         ASSERT_TRUE(AwaitFile("started"));
         Remove("started");
         auto engines = Children(client);

@@ -221,12 +221,12 @@ TEST_F(JobTest, AFailedOrThrowingClientHarmsOnlyItsOwnCalls) {
 }
 
 TEST_F(JobTest, JobsRunInTheOrderOfTheirStartsAndOnlyTheLatestHandleIsAlive) {
-    std::vector<std::string> order;
+    Recorder::Order order;
     InterfacePtr<Recorder> clients[5];
     std::int32_t handles[5];
     for (int i = 0; i < 5; ++i) {
         clients[i] = Recorder::New(std::to_string(i) + " ");
-        clients[i]->shared = &order;
+        clients[i]->order = &order;
         ASSERT_EQ(Start(clients[i].Get(), i == 0 ? "await go; progress 1" : "progress 1", &handles[i]), S_OK);
         for (int j = 0; j <= i; ++j) {
             std::int32_t alive = -1;
@@ -234,7 +234,7 @@ TEST_F(JobTest, JobsRunInTheOrderOfTheirStartsAndOnlyTheLatestHandleIsAlive) {
             EXPECT_EQ(alive, j == i ? 1 : 0);
         }
     }
-    EXPECT_EQ(order, Calls{});
+    EXPECT_EQ(order.Calls(), Calls{});
     Touch("go");
     ASSERT_TRUE(clients[4]->WaitDone());
     Calls expected;
@@ -242,7 +242,7 @@ TEST_F(JobTest, JobsRunInTheOrderOfTheirStartsAndOnlyTheLatestHandleIsAlive) {
         expected.push_back(i + " progress 1");
         expected.push_back(i + " done 0");
     }
-    EXPECT_EQ(order, expected);
+    EXPECT_EQ(order.Calls(), expected);
     std::int32_t alive = 0;
     engine->IsAlive(handles[4], &alive);
     EXPECT_EQ(alive, 1) << "also when its job has ended";

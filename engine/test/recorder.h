@@ -51,8 +51,23 @@ public:
 
     std::function<HRESULT()> onProgress;
     std::function<HRESULT()> onDone;
-    // What several recorders note in one order; outlives them.
-    std::vector<std::string>* shared = nullptr;
+    // Where several recorders note in one order; outlives them.
+    class Order {
+    public:
+        void Note(std::string call) {
+            std::lock_guard lock(m_Mutex);
+            m_Calls.push_back(std::move(call));
+        }
+        std::vector<std::string> Calls() {
+            std::lock_guard lock(m_Mutex);
+            return m_Calls;
+        }
+
+    private:
+        std::mutex m_Mutex;
+        std::vector<std::string> m_Calls;
+    };
+    Order* order = nullptr;
 
 private:
     // The message's own text, without the form round it.
@@ -70,13 +85,12 @@ private:
     }
 
     void Note(const std::string& call) {
-        static std::mutex sharedMutex;
-        std::lock_guard lock(m_Mutex);
-        m_Calls.push_back(call);
-        if (shared) {
-            std::lock_guard sharedLock(sharedMutex);
-            shared->push_back(m_Name + call);
+        {
+            std::lock_guard lock(m_Mutex);
+            m_Calls.push_back(call);
         }
+        if (order)
+            order->Note(m_Name + call);
     }
 
     std::string m_Name;

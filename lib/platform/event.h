@@ -17,10 +17,9 @@ public:
     explicit Event(Mode mode) : m_Mode(mode) {}
 
     void Set() {
-        {
-            std::lock_guard lock(m_Mutex);
-            m_Signalled = true;
-        }
+        // The lock is held to the last: whom the signal wakes may destroy the event.
+        std::lock_guard lock(m_Mutex);
+        m_Signalled = true;
         m_Mode == Mode::kManualReset ? m_Changed.notify_all() : m_Changed.notify_one();
     }
 

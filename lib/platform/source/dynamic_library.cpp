@@ -3,11 +3,20 @@
 #include <dlfcn.h>
 
 #include <filesystem>
+#include <mutex>
 
 namespace platform {
+namespace {
+
+// One library's last words and the next one's first may come from two threads. The loader puts them in order
+// by a lock of its own; this one says so to who reads or checks this program.
+std::mutex g_Loader;
+
+} // namespace
 
 DynamicLibrary DynamicLibrary::Load(const std::string& file, std::string& error) {
     // All symbols at once: a library that lacks one must fail here, not in the midst of a run.
+    std::lock_guard lock(g_Loader);
     void* handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!handle)
         error = dlerror();
@@ -15,8 +24,10 @@ DynamicLibrary DynamicLibrary::Load(const std::string& file, std::string& error)
 }
 
 DynamicLibrary::~DynamicLibrary() {
-    if (m_Handle)
-        dlclose(m_Handle);
+    if (!m_Handle)
+        return;
+    std::lock_guard lock(g_Loader);
+    dlclose(m_Handle);
 }
 
 void* DynamicLibrary::Find(const char* name) const {
