@@ -40,10 +40,11 @@ public:
             break;
         case wire::Text::UNITS: {
             auto bytes = in.getUnits();
-            text = platform::UniqueBstr::Adopt(SysAllocStringLen(nullptr, bytes.size() / sizeof(wchar16)));
+            std::size_t length = bytes.size() / sizeof(wchar16);
+            text = platform::UniqueBstr::Adopt(SysAllocStringLen(nullptr, length));
             m_Good &= text.Get() != nullptr;
-            if (text.Get())
-                std::memcpy(text.Get(), bytes.begin(), bytes.size() / sizeof(wchar16) * sizeof(wchar16));
+            if (text.Get() && length > 0)
+                std::memcpy(text.Get(), bytes.begin(), length * sizeof(wchar16));
             break;
         }
         case wire::Text::FOLLOWING:
