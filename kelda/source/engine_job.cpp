@@ -1,0 +1,125 @@
+#include "engine_job.h"
+
+#include <stringutils/astring.h>
+
+#include <fmt/format.h>
+
+#include <system_error>
+#include <thread>
+
+namespace job {
+
+// Shared with the threads: one that is still within a call of the library may outlast the job.
+struct EngineJob::Shared {
+    const std::string circuit;
+    const std::string project;
+    EventQueue events;
+    std::mutex mutex;
+    platform::InterfacePtr<IKeldaEngine> engine;
+    std::int32_t handle = 0;
+
+    Shared(std::string circuitPath, std::string projectPath)
+        : circuit(std::move(circuitPath)), project(std::move(projectPath)) {}
+};
+
+namespace {
+
+class QueueingProgress final : public kelda::ProgressInterface {
+public:
+    template <class Owner>
+    explicit QueueingProgress(const std::shared_ptr<Owner>& owner) : m_Events(owner, &owner->events) {}
+
+    HRESULT ProgressUpdate(double progress_val) override {
+        m_Events->PushFromJob(Progress{progress_val});
+        return S_OK;
+    }
+    HRESULT AnalysisDone(std::int32_t return_code) override {
+        m_Events->PushFromJob(Done{return_code});
+        return S_OK;
+    }
+    HRESULT PostOrvaneMessage(BSTR message) override {
+        m_Events->PushFromJob(Message{std::u16string(message ? message : u"", SysStringLen(message))});
+        return S_OK;
+    }
+    // Nobody here takes part in a co-simulation; a kernel that is told so doesn't wait for an answer.
+    HRESULT PutCosimPortData(BSTR) override { return E_NOTIMPL; }
+
+private:
+    const std::shared_ptr<EventQueue> m_Events;
+};
+
+platform::UniqueBstr Utf8Bstr(const std::string& text) {
+    AString units;
+    units.Assign(kEncodingUtf8, text.data(), static_cast<int>(text.size()));
+    return platform::UniqueBstr::Adopt(units.ToBstr());
+}
+
+} // namespace
+
+EngineJob::EngineJob(std::string circuit, std::string project)
+    : m_Shared(std::make_shared<Shared>(std::move(circuit), std::move(project))) {
+    std::thread([shared = m_Shared] {
+        try {
+            Start(shared);
+        } catch (const std::exception& error) {
+            shared->events.Open(NotStarted{error.what()});
+        }
+    }).detach();
+}
+
+EngineJob::~EngineJob() {
+    std::lock_guard lock(m_Shared->mutex);
+    m_Shared->engine = {};
+}
+
+EventQueue& EngineJob::Events() {
+    return m_Shared->events;
+}
+
+void EngineJob::Start(const std::shared_ptr<Shared>& shared) {
+    kelda::ActivationOptions options;
+    options.onLost = [shared](const kelda::LostEngine& engine) { shared->events.Push(Lost{engine}); };
+    auto engine = kelda::ActivateEngine(std::move(options));
+    auto progress = platform::InterfacePtr<QueueingProgress>::Adopt(new QueueingProgress(shared));
+    platform::UniqueBstr circuit = Utf8Bstr(shared->circuit);
+    platform::UniqueBstr project = Utf8Bstr(shared->project);
+    std::int32_t handle = 0;
+    HRESULT result = engine->StartAnalysis(progress.Get(), nullptr, circuit.Get(), project.Get(), &handle);
+    if (result == S_OK) {
+        {
+            std::lock_guard lock(shared->mutex);
+            shared->engine = engine;
+            shared->handle = handle;
+        }
+        shared->events.Open(Started{handle});
+    } else if (result == S_FALSE) {
+        shared->events.Open(NotStarted{"the engine can't start a thread for the job"});
+    } else {
+        auto code = static_cast<std::uint32_t>(result);
+        shared->events.Open(
+            NotStarted{fmt::format("the engine doesn't take the job (0x{:08X})", code), true});
+    }
+}
+
+void EngineJob::Abort() {
+    m_Shared->events.DropJob();
+    auto abort = [shared = m_Shared] {
+        platform::InterfacePtr<IKeldaEngine> engine;
+        std::int32_t handle;
+        {
+            std::lock_guard lock(shared->mutex);
+            engine = shared->engine;
+            handle = shared->handle;
+        }
+        if (engine)
+            engine->AbortAnalysis(handle, 0);
+        shared->events.Push(Aborted{});
+    };
+    try {
+        std::thread(abort).detach();
+    } catch (const std::system_error&) {
+        m_Shared->events.Push(Aborted{});
+    }
+}
+
+} // namespace job

@@ -1,0 +1,17 @@
+// Runs one job from its start to its end and reports it.
+#pragma once
+
+#include "job_report.h"
+#include "signal_watch.h"
+
+#include <string>
+
+struct RunRequest {
+    std::string circuit; // absolute, UTF-8
+    std::string project; // absolute, UTF-8
+    bool usesOut = true; // something is written to standard output, so that its loss ends the job
+};
+
+// Gives the program's exit status. The signals that `signals` watches abort the job, and a second one ends
+// the wait for that.
+int RunJob(const RunRequest& request, Output& out, Output& err, SignalWatch& signals, JobReport& report);
