@@ -8,6 +8,7 @@
 
 #include <stringutils/astring.h>
 
+#include <malloc.h>
 #include <unistd.h>
 
 #include <clocale>
@@ -62,6 +63,9 @@ int Run(int argc, char** argv) {
 int main(int argc, char** argv) {
     // Narrow text follows the user's locale; numbers keep their point.
     std::setlocale(LC_CTYPE, "");
+    // Each job has a thread of its own, and only one works at a time: an arena a thread would keep what the
+    // one before left in pieces.
+    mallopt(M_ARENA_MAX, 1);
     int status = Run(argc, argv);
     std::fflush(nullptr);
     // Without the destructors of the process: a job's thread may still be in the kernel.
