@@ -1,0 +1,136 @@
+// The tree of a stored block: named values, functions, vectors and blocks in the order in which they were
+// read or added.
+//
+//   CBlock block;
+//   block.Read(stream);
+//   CBlock_named_value count(u"Count");
+//   int n = 0;
+//   if (block.GetNamedValue(count).IsGood() && count.GetInt(n)) ...
+//
+// Reading never throws for what stands in the text: errors are recorded with their line in the block where
+// they are, and the rest of such a line is skipped. Names are found without regard to case, the earliest of
+// equal ones first; a lookup that fails clears `IsGood` and leaves its argument. Copies share the items. One
+// thread at a time.
+#pragma once
+
+#include <streamio/block_item.h>
+
+#include <list>
+#include <map>
+#include <memory>
+#include <optional>
+
+namespace io {
+
+class CBlock : public CBlock_item {
+public:
+    using Items = std::vector<CBlockItemPtr, PoolAllocator<CBlockItemPtr>>;
+    using Errors = std::vector<XStreamioError>;
+
+    // Orders names without regard to case.
+    struct NameLess {
+        using is_transparent = void;
+        bool operator()(const CToken& a, const CToken& b) const;
+        bool operator()(const CToken& a, std::u16string_view b) const;
+        bool operator()(std::u16string_view a, const CToken& b) const;
+    };
+    using NameIndex =
+        std::multimap<CToken, CBlockItemPtr, NameLess, PoolAllocator<std::pair<const CToken, CBlockItemPtr>>>;
+
+    CBlock() : mName(TokenType::SingleQuotedText) {}
+    explicit CBlock(const AString& name) : mName(TokenType::SingleQuotedText, name) {}
+    explicit CBlock(const CToken& name) : mName(name) {}
+    // The name and the items, which are shared; not the errors.
+    CBlock(const CBlock& other);
+    CBlock& operator=(const CBlock& other);
+    ~CBlock() override;
+
+    void Read(CAbstract_istream& s) override;
+    void Write(CAbstract_ostream& s) const override;
+    // Replaces the content; false if there are errors at any level.
+    bool FromText(const AString& text) override;
+    std::uint32_t GetBinarySize(CAbstract_ostream& s) const override;
+    AString& GetName(AString& out) const override;
+    void SetName(const AString& name) override;
+    const CToken& GetNameToken() const override { return mName; }
+    bool IsNamed() const override { return true; }
+    std::size_t GetSize() const override { return mItems.size(); }
+    void Clear() override;
+    bool IsBlock() const override { return true; }
+    CMemoryStats GetMemoryStats(bool addSelf) const override;
+    virtual Errors::const_iterator ErrorsBegin() const { return mErrors.begin(); }
+    virtual Errors::const_iterator ErrorsEnd() const { return mErrors.end(); }
+
+    // A null pointer is ignored.
+    void Add(const CBlockItemPtr& item) { Add(CBlockItemPtr(item)); }
+    void Add(CBlockItemPtr&& item);
+    CBlock& operator<<(const CBlockItemPtr& item);
+    CBlock& operator<<(const CBlock& block) { return AddBlock(block); }
+    CBlock& operator<<(const CBlock_func& func) { return AddFunc(func); }
+    CBlock& operator<<(const CBlock_named_value& value) { return AddNamedValue(value); }
+    CBlock& AddBlock(const CBlock& block);
+    CBlock& AddFunc(const CBlock_func& func);
+    CBlock& AddNamedValue(const CBlock_named_value& value);
+
+    // The named items in the order of their names. The index is made at the first lookup and kept up from
+    // then on.
+    NameIndex::iterator Find(std::u16string_view name);
+    NameIndex::iterator NamesEnd() { return Names().end(); }
+    // The item leaves the block; gives the next position in the order of names.
+    NameIndex::iterator Erase(NameIndex::iterator position);
+
+    // The argument's name is looked up; its content is replaced, its name stays.
+    CBlock& GetNamedValue(CBlock_named_value& value);
+    CBlock& GetFunc(CBlock_func& func);
+    CBlock& GetBlock(CBlock& block);
+    CBlock& GetFuncArg(CBlockFuncArgPtr& arg);
+    // The result of the last lookup.
+    bool IsGood() const { return mGood; }
+    void SetGood(bool good) { mGood = good; }
+
+    bool HasErrors(bool recursive) const;
+    // Adds "name:line: text" for each error, in the order of lines; blocks that have errors of their own
+    // aren't descended into. True if there was any.
+    bool CollectErrors(std::list<AString>& out, bool recursive) const;
+
+    Items::const_iterator begin() const { return mItems.begin(); }
+    Items::const_iterator end() const { return mItems.end(); }
+    std::size_t size() const { return mItems.size(); }
+
+protected:
+    bool TakeContent(CBlock_item& other) override;
+
+private:
+    friend class CTreeReader;
+    friend class CTreeTeardown;
+
+    NameIndex& Names();
+    void CopyItems(const CBlock& other);
+    CBlock_item* FindItem(const CToken& name);
+
+    CToken mName;
+    Items mItems;
+    std::unique_ptr<NameIndex> mNameIndex; // null until the first lookup
+    Errors mErrors;
+    bool mGood = true;
+};
+
+// A pointer to a block that is an item as well.
+class CBlockPtr {
+public:
+    CBlockPtr() = default;
+    explicit CBlockPtr(CBlock* block) : m_Block(block) {}
+    CBlockPtr(const CBlockPtr&) = default;
+    CBlockPtr& operator=(const CBlockPtr&) = default;
+    virtual ~CBlockPtr() = default;
+
+    operator CBlockItemPtr() const { return CBlockItemPtr(m_Block.Get()); }
+    CBlock* Get() const { return m_Block.Get(); }
+    CBlock* operator->() const { return m_Block.Get(); }
+    explicit operator bool() const { return static_cast<bool>(m_Block); }
+
+private:
+    CBlock_ptr<CBlock> m_Block;
+};
+
+} // namespace io

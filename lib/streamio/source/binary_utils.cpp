@@ -1,0 +1,105 @@
+#include <streamio/binary_utils.h>
+
+#include <bit>
+
+namespace io {
+
+namespace {
+
+bool IsLead(wchar16 unit) {
+    return (unit & 0xFC00) == 0xD800;
+}
+bool IsTrail(wchar16 unit) {
+    return (unit & 0xFC00) == 0xDC00;
+}
+
+} // namespace
+
+std::size_t Utf8Length(std::u16string_view text) {
+    std::size_t length = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] < 0x80) {
+            length += 1;
+        } else if (text[i] < 0x800) {
+            length += 2;
+        } else if (IsLead(text[i]) && i + 1 < text.size() && IsTrail(text[i + 1])) {
+            length += 4;
+            ++i;
+        } else {
+            length += 3;
+        }
+    }
+    return length;
+}
+
+void AppendUtf8(std::u16string_view text, std::string& out) {
+    const auto put = [&out](std::uint32_t byte) { out += static_cast<char>(byte); };
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        std::uint32_t point = text[i];
+        if (point < 0x80) {
+            put(point);
+        } else if (point < 0x800) {
+            put(0xC0 | point >> 6);
+            put(0x80 | (point & 0x3F));
+        } else if (IsLead(text[i]) && i + 1 < text.size() && IsTrail(text[i + 1])) {
+            point = 0x10000 + ((point & 0x3FF) << 10) + (text[++i] & 0x3FFu);
+            put(0xF0 | point >> 18);
+            put(0x80 | (point >> 12 & 0x3F));
+            put(0x80 | (point >> 6 & 0x3F));
+            put(0x80 | (point & 0x3F));
+        } else {
+            put(0xE0 | point >> 12);
+            put(0x80 | (point >> 6 & 0x3F));
+            put(0x80 | (point & 0x3F));
+        }
+    }
+}
+
+void AppendUtf16(std::string_view bytes, std::u16string& out) {
+    const auto at = [&bytes](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
+    std::size_t i = 0;
+    while (i < bytes.size()) {
+        const std::uint32_t first = at(i);
+        if (first < 0x80) {
+            out += static_cast<wchar16>(first);
+            ++i;
+            continue;
+        }
+        const int count = first < 0xC2 ? 0 : first < 0xE0 ? 1 : first < 0xF0 ? 2 : first < 0xF5 ? 3 : 0;
+        std::uint32_t point = first & (0x3Fu >> count);
+        int taken = 0;
+        while (taken < count && i + 1 + static_cast<std::size_t>(taken) < bytes.size() &&
+               (at(i + 1 + static_cast<std::size_t>(taken)) & 0xC0) == 0x80) {
+            point = point << 6 | (at(i + 1 + static_cast<std::size_t>(taken)) & 0x3F);
+            ++taken;
+        }
+        static constexpr std::uint32_t kLeast[] = {0, 0x80, 0x800, 0x10000};
+        if (count == 0 || taken < count || point < kLeast[count] || point > 0x10FFFF) {
+            out += u'\uFFFD';
+            ++i;
+            continue;
+        }
+        if (point >= 0x10000) {
+            out += static_cast<wchar16>(0xD800 + ((point - 0x10000) >> 10));
+            out += static_cast<wchar16>(0xDC00 + (point & 0x3FF));
+        } else {
+            out += static_cast<wchar16>(point);
+        }
+        i += 1 + static_cast<std::size_t>(count);
+    }
+}
+
+int TrimmedIntegerLength(std::uint32_t value) {
+    return value == 0 ? 1 : (static_cast<int>(std::bit_width(value)) + 7) / 8;
+}
+
+int TrimmedDoubleLength(double value) {
+    const auto bits = std::bit_cast<std::uint64_t>(value);
+    return bits == 0 ? 1 : 8 - std::countr_zero(bits) / 8;
+}
+
+std::size_t BinaryTextSize(std::size_t utf8Length) {
+    return utf8Length == 0 ? 1 : utf8Length < 256 ? utf8Length + 2 : utf8Length + 5;
+}
+
+} // namespace io

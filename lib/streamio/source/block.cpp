@@ -1,0 +1,255 @@
+#include "name_compare.h"
+#include "tree_reader.h"
+#include "tree_walk.h"
+
+#include <streamio/block.h>
+#include <streamio/token_grammar_default.h>
+#include <streamio/token_istring.h>
+
+#include <utility/assertion.h>
+
+#include <algorithm>
+
+namespace io {
+
+namespace {
+
+int Compare(const CToken& a, std::u16string_view b) {
+    CToken::Scratch scratch;
+    return CompareFolded(a.GetText(scratch), b);
+}
+
+} // namespace
+
+bool CBlock::NameLess::operator()(const CToken& a, const CToken& b) const {
+    CToken::Scratch scratch;
+    return Compare(a, b.GetText(scratch)) < 0;
+}
+bool CBlock::NameLess::operator()(const CToken& a, std::u16string_view b) const {
+    return Compare(a, b) < 0;
+}
+bool CBlock::NameLess::operator()(std::u16string_view a, const CToken& b) const {
+    return Compare(b, a) > 0;
+}
+
+CBlock::CBlock(const CBlock& other) : CBlock_item(other), mName(other.mName), mItems(other.mItems) {}
+
+CBlock& CBlock::operator=(const CBlock& other) {
+    if (this != &other)
+        mName = other.mName;
+    CopyItems(other);
+    return *this;
+}
+
+CBlock::~CBlock() {
+    mNameIndex.reset();
+    if (!mItems.empty())
+        CTreeTeardown::Release(std::move(mItems));
+}
+
+void CBlock::CopyItems(const CBlock& other) {
+    TARVOK_ASSERT_TEXT(this != &other, "this != &a_block");
+    if (this == &other)
+        return;
+    // The source may be an item of this block: it is kept until its items are here.
+    Items former = std::exchange(mItems, other.mItems);
+    mNameIndex.reset();
+    mErrors.clear();
+    CTreeTeardown::Release(std::move(former));
+}
+
+void CBlock::Read(CAbstract_istream& s) {
+    CTreeReader(s).ReadBlock(*this);
+}
+void CBlock::Write(CAbstract_ostream& s) const {
+    WriteTree(*this, s);
+}
+
+bool CBlock::FromText(const AString& text) {
+    Clear();
+    CToken_istring s(CToken_istring::InPlace{text}, &DefaultTokenGrammar());
+    Read(s);
+    return !HasErrors(true);
+}
+
+std::uint32_t CBlock::GetBinarySize(CAbstract_ostream& s) const {
+    return SizeOfTree(*this, s);
+}
+
+AString& CBlock::GetName(AString& out) const {
+    mName.GetText(out);
+    return out;
+}
+
+void CBlock::SetName(const AString& name) {
+    mName = CToken(TokenType::SingleQuotedText, name);
+}
+
+void CBlock::Clear() {
+    mNameIndex.reset();
+    if (!mItems.empty())
+        CTreeTeardown::Release(std::move(mItems));
+    mErrors.clear();
+}
+
+CMemoryStats CBlock::GetMemoryStats(bool addSelf) const {
+    return StatsOfTree(*this, addSelf);
+}
+
+bool CBlock::TakeContent(CBlock_item& other) {
+    auto* block = dynamic_cast<CBlock*>(&other);
+    if (!block)
+        return false;
+    *this = *block;
+    return true;
+}
+
+void CBlock::Add(CBlockItemPtr&& item) {
+    if (!item)
+        return;
+    if (mNameIndex && item->IsNamed())
+        mNameIndex->emplace(item->GetNameToken(), item);
+    mItems.push_back(std::move(item));
+}
+
+CBlock& CBlock::operator<<(const CBlockItemPtr& item) {
+    Add(item);
+    return *this;
+}
+
+CBlock& CBlock::AddBlock(const CBlock& block) {
+    Add(CBlockItemPtr(new CBlock(block)));
+    return *this;
+}
+
+CBlock& CBlock::AddFunc(const CBlock_func& func) {
+    Add(CBlockItemPtr(new CBlock_func(func)));
+    return *this;
+}
+
+CBlock& CBlock::AddNamedValue(const CBlock_named_value& value) {
+    Add(CBlockItemPtr(new CBlock_named_value(value)));
+    return *this;
+}
+
+CBlock::NameIndex& CBlock::Names() {
+    if (!mNameIndex) {
+        mNameIndex = std::make_unique<NameIndex>();
+        for (const CBlockItemPtr& item : mItems) {
+            if (item->IsNamed())
+                mNameIndex->emplace(item->GetNameToken(), item);
+        }
+    }
+    return *mNameIndex;
+}
+
+CBlock::NameIndex::iterator CBlock::Find(std::u16string_view name) {
+    NameIndex& names = Names();
+    const auto found = names.lower_bound(name);
+    mGood = found != names.end() && (found->first.IsText() || found->first.HasText()) &&
+            Compare(found->first, name) == 0;
+    return mGood ? found : names.end();
+}
+
+CBlock::NameIndex::iterator CBlock::Erase(NameIndex::iterator position) {
+    NameIndex& names = Names();
+    if (position == names.end())
+        return position;
+    const CBlock_item* target = position->second.Get();
+    TARVOK_ASSERT_TEXT(target, "block_item != 0");
+    const auto item = std::find_if(mItems.begin(), mItems.end(),
+                                   [target](const CBlockItemPtr& other) { return other.Get() == target; });
+    if (item != mItems.end())
+        mItems.erase(item);
+    return names.erase(position);
+}
+
+CBlock_item* CBlock::FindItem(const CToken& name) {
+    CToken::Scratch scratch;
+    const auto found = Find(name.GetText(scratch));
+    return mGood ? found->second.Get() : nullptr;
+}
+
+CBlock& CBlock::GetNamedValue(CBlock_named_value& value) {
+    const auto* found = dynamic_cast<const CBlock_named_value*>(FindItem(value.GetNameToken()));
+    mGood = found != nullptr;
+    if (found)
+        value.SetValue(found->GetValue());
+    return *this;
+}
+
+CBlock& CBlock::GetFunc(CBlock_func& func) {
+    const auto* found = dynamic_cast<const CBlock_func*>(FindItem(func.GetNameToken()));
+    mGood = found != nullptr;
+    if (found)
+        func = *found;
+    return *this;
+}
+
+CBlock& CBlock::GetBlock(CBlock& block) {
+    const auto* found = dynamic_cast<const CBlock*>(FindItem(block.GetNameToken()));
+    mGood = found != nullptr;
+    if (found)
+        block.CopyItems(*found);
+    return *this;
+}
+
+CBlock& CBlock::GetFuncArg(CBlockFuncArgPtr& arg) {
+    CBlock_item* item = arg ? FindItem(arg->GetNameToken()) : nullptr;
+    auto* found = dynamic_cast<CBlock_func_arg*>(item);
+    mGood = found != nullptr;
+    if (found)
+        arg = CBlockFuncArgPtr(found);
+    return *this;
+}
+
+bool CBlock::HasErrors(bool recursive) const {
+    std::vector<const CBlock*> pending{this};
+    while (!pending.empty()) {
+        const CBlock* block = pending.back();
+        pending.pop_back();
+        if (!block->mErrors.empty())
+            return true;
+        for (const CBlockItemPtr& item : block->mItems) {
+            if (recursive && item->IsBlock())
+                pending.push_back(static_cast<const CBlock*>(item.Get()));
+        }
+    }
+    return false;
+}
+
+bool CBlock::CollectErrors(std::list<AString>& out, bool recursive) const {
+    struct Line {
+        std::int32_t line;
+        AString text;
+    };
+    std::vector<Line> lines;
+    std::vector<const CBlock*> pending{this};
+    while (!pending.empty()) {
+        const CBlock* block = pending.back();
+        pending.pop_back();
+        for (const XStreamioError& error : block->mErrors) {
+            AString text;
+            block->GetName(text);
+            text += u':';
+            for (const char digit : std::to_string(error.mLine))
+                text += static_cast<wchar16>(digit);
+            text += u": ";
+            text += error.GetText();
+            lines.push_back({error.mLine, std::move(text)});
+        }
+        if (!block->mErrors.empty() || !recursive)
+            continue;
+        for (auto item = block->mItems.rbegin(); item != block->mItems.rend(); ++item) {
+            if ((*item)->IsBlock())
+                pending.push_back(static_cast<const CBlock*>(item->Get()));
+        }
+    }
+    std::stable_sort(lines.begin(), lines.end(),
+                     [](const Line& a, const Line& b) { return a.line < b.line; });
+    for (Line& line : lines)
+        out.push_back(std::move(line.text));
+    return !lines.empty();
+}
+
+} // namespace io

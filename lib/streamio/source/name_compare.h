@@ -1,0 +1,17 @@
+// Comparison of names without regard to case: unit by unit, each in lower case.
+#pragma once
+
+#include <stringutils/astring.h>
+
+#include <string_view>
+
+namespace io {
+
+wchar16 LowerUnit(wchar16 unit);
+wchar16 UpperUnit(wchar16 unit);
+
+// Negative, 0 or positive.
+int CompareFolded(std::u16string_view a, std::u16string_view b);
+bool EqualFolded(std::u16string_view a, std::u16string_view b);
+
+} // namespace io

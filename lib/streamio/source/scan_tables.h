@@ -1,0 +1,28 @@
+// A grammar's flags, classification and transitions folded into one lookup by state and character.
+#pragma once
+
+#include <streamio/base_grammar.h>
+
+namespace io {
+
+struct ScanTables {
+    // The next state by the present one and a character below 256.
+    std::uint8_t next[kRunningStates][256];
+
+    // The transitions, actions and kinds are those of CToken_grammar, whatever its characters are: the buffer
+    // may then take runs of one class at once.
+    bool tokenShape = false;
+    // Besides, the characters of numbers are the usual ones, so that numbers may be read as such.
+    bool usualNumbers = false;
+
+    const CBase_grammar* grammar = nullptr;
+
+    int Next(int state, wchar16 unit) const {
+        if (unit < 256) [[likely]]
+            return next[state][unit];
+        return grammar->GetTransitions()[static_cast<std::size_t>(state)]
+                                        [static_cast<std::size_t>(grammar->Classify(unit, state))];
+    }
+};
+
+} // namespace io

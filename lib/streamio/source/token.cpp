@@ -1,0 +1,219 @@
+#include "number_text.h"
+
+#include <streamio/pool_allocator.h>
+#include <streamio/token.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace io {
+
+namespace {
+
+constexpr std::size_t kInlineLength = 3;
+constexpr std::uint8_t kMostShares = 254;
+
+// Stands in front of shared characters. The share count is the byte directly before the first of them.
+struct TextHeader {
+    std::uint32_t length;
+    std::uint8_t unused[3];
+    std::uint8_t shares;
+};
+static_assert(sizeof(TextHeader) == 8);
+
+TextHeader& HeaderOf(wchar16* text) {
+    return *(reinterpret_cast<TextHeader*>(text) - 1);
+}
+const TextHeader& HeaderOf(const wchar16* text) {
+    return *(reinterpret_cast<const TextHeader*>(text) - 1);
+}
+
+std::size_t BlockSize(std::size_t length) {
+    return sizeof(TextHeader) + (length + 1) * sizeof(wchar16);
+}
+
+constexpr std::u16string_view kTrueWord = u"true";
+constexpr std::u16string_view kFalseWord = u"false";
+
+std::u16string_view BooleanWord(TokenType kind) {
+    return kind == TokenType::True ? kTrueWord : kFalseWord;
+}
+
+// Which letters of a boolean's word stand as capitals; false if `text` isn't that word.
+bool CapitalsOf(std::u16string_view text, std::u16string_view word, std::uint64_t& capitals) {
+    if (text.size() != word.size())
+        return false;
+    capitals = 0;
+    for (std::size_t i = 0; i < word.size(); ++i) {
+        if (text[i] == word[i] - 32)
+            capitals |= std::uint64_t{1} << i;
+        else if (text[i] != word[i])
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+const char* GetTokenTypeName(TokenType kind) {
+    static constexpr std::array kNames = {"Null",
+                                          "Short",
+                                          "Int",
+                                          "Long",
+                                          "UnsignedShort",
+                                          "UnsignedInt",
+                                          "UnsignedLong",
+                                          "Double",
+                                          "Float",
+                                          "Hex",
+                                          "True",
+                                          "False",
+                                          "Keyword",
+                                          "SingleQuotedText",
+                                          "DoubleQuotedText",
+                                          "CData",
+                                          "WhiteSpace",
+                                          "Comment",
+                                          "Symbol",
+                                          "Eol",
+                                          "Eof",
+                                          "Error"};
+    static_assert(kNames.size() == static_cast<std::size_t>(TokenType::Error) + 1);
+    const auto index = static_cast<std::size_t>(kind);
+    return index < kNames.size() ? kNames[index] : "";
+}
+
+void CToken::MakeShared(std::u16string_view text) {
+    if (text.size() > 0xFFFFFFFF)
+        throw std::length_error("a token's text holds at most 4294967295 characters");
+    auto* header =
+        new (PoolAllocate(BlockSize(text.size()))) TextHeader{static_cast<std::uint32_t>(text.size()), {}, 1};
+    auto* units = reinterpret_cast<wchar16*>(header + 1);
+    std::memcpy(units, text.data(), text.size() * sizeof(wchar16));
+    units[text.size()] = 0;
+    m_Head = (m_Head & kKindMask) | kSharedText | reinterpret_cast<std::uint64_t>(units) << kPayloadShift;
+}
+
+void CToken::Share() {
+    TextHeader& header = HeaderOf(Shared());
+    if (header.shares < kMostShares)
+        ++header.shares;
+    else
+        MakeShared({Shared(), header.length});
+}
+
+void CToken::ReleaseText() noexcept {
+    TextHeader& header = HeaderOf(Shared());
+    if (--header.shares == 0)
+        PoolFree(&header, BlockSize(header.length));
+}
+
+void CToken::SetType(TokenType kind) {
+    const TokenType old = GetType();
+    const bool alike =
+        (IsNumberKind(old) && IsNumberKind(kind)) || (IsTextKind(old) && IsTextKind(kind)) || old == kind;
+    if (alike)
+        m_Head = (m_Head & ~kKindMask) | static_cast<std::uint64_t>(kind);
+    else
+        *this = CToken(kind);
+}
+
+void CToken::SetText(std::u16string_view text) {
+    CToken token(GetType());
+    if (IsText()) {
+        // A NUL would end an inline text early.
+        if (text.size() <= kInlineLength && text.find(u'\0') == text.npos)
+            std::copy(text.begin(), text.end(), token.m_Inline);
+        else {
+            token.MakeShared(text);
+            token.m_Bits = text.size();
+        }
+    } else {
+        std::uint64_t payload = 0;
+        bool exponent = false;
+        if (IsNumber()) {
+            token.m_Number = m_Number;
+            if (ReadSpelling(text, payload, exponent) && CanSpell(payload, m_Number) &&
+                SpellNumber(payload, m_Number, exponent).View() == text)
+                token = SpelledNumber(GetType(), m_Number, payload, exponent);
+            else if (!text.empty())
+                token.MakeShared(text);
+        } else if (IsBooleanKind(GetType()) && CapitalsOf(text, BooleanWord(GetType()), payload)) {
+            token.m_Head |= kPlainSpelling | payload << kPayloadShift;
+        } else if (!text.empty()) {
+            token.MakeShared(text);
+        }
+    }
+    *this = std::move(token);
+}
+
+void CToken::DropSourceText() {
+    if (IsText())
+        return;
+    if (IsShared())
+        ReleaseText();
+    m_Head &= kKindMask;
+}
+
+std::u16string_view CToken::GetText(Scratch& scratch) const {
+    switch (m_Head & kTextMask) {
+    case 0: {
+        if (!IsText())
+            return {};
+        // Copied out, so that the view outlives a move of the token into the place of another.
+        std::memcpy(scratch.units, m_Inline, sizeof m_Inline);
+        return {scratch.units, std::char_traits<wchar16>::length(scratch.units)};
+    }
+    case kSharedText:
+        return {Shared(), HeaderOf(const_cast<const wchar16*>(Shared())).length};
+    default:
+        break;
+    }
+    const std::uint64_t payload = m_Head >> kPayloadShift;
+    if (IsNumber()) {
+        const NumberText text = SpellNumber(payload, m_Number, (m_Head & kTextMask) == kExponentSpelling);
+        std::memcpy(scratch.units, text.units, text.length * sizeof(wchar16));
+        return {scratch.units, text.length};
+    }
+    const std::u16string_view word = BooleanWord(GetType());
+    for (std::size_t i = 0; i < word.size(); ++i)
+        scratch.units[i] = static_cast<wchar16>(word[i] - ((payload >> i & 1) != 0 ? 32 : 0));
+    return {scratch.units, word.size()};
+}
+
+void CToken::GetText(AString& out) const {
+    Scratch scratch;
+    const std::u16string_view text = GetText(scratch);
+    out.assign(text.data(), text.size());
+}
+
+AString CToken::GetText() const {
+    AString text;
+    GetText(text);
+    return text;
+}
+
+bool CToken::HasText() const {
+    if ((m_Head & kTextMask) != 0)
+        return !IsShared() || HeaderOf(const_cast<const wchar16*>(Shared())).length > 0;
+    return IsText() && m_Inline[0] != 0;
+}
+
+std::size_t CToken::GetTextMemory() const {
+    return IsShared() ? BlockSize(HeaderOf(const_cast<const wchar16*>(Shared())).length) : 0;
+}
+
+bool operator==(const CToken& a, const CToken& b) {
+    if (a.GetType() != b.GetType())
+        return false;
+    if (a.IsNumber())
+        return a.m_Number == b.m_Number;
+    if (IsBooleanKind(a.GetType()))
+        return true;
+    CToken::Scratch scratchA;
+    CToken::Scratch scratchB;
+    return a.GetText(scratchA) == b.GetText(scratchB);
+}
+
+} // namespace io

@@ -1,0 +1,414 @@
+#include "memory_streambuf.h"
+
+#include <streamio/abstract_stream.h>
+#include <streamio/base_grammar.h>
+#include <streamio/binary_utils.h>
+#include <streamio/token_binarystreambuf.h>
+
+#include <bit>
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace io {
+
+namespace {
+
+constexpr int kUnsignedTag = 60; // plus the number of bytes
+constexpr int kSignedTag = 69;
+constexpr int kDoubleTag = 78;
+constexpr int kLastTag = 86;
+constexpr int kLongForm = 128;
+constexpr std::size_t kShortText = 255;
+
+bool IsBlank(std::u16string_view text) {
+    return text.find_first_not_of(u" \t\n\v\f\r") == text.npos;
+}
+
+// The bytes of `value`, lowest first, as units.
+void SpreadBytes(wchar16* out, std::uint64_t value) {
+#if defined(__SSE2__)
+    const __m128i bytes = _mm_cvtsi64_si128(static_cast<long long>(value));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
+#else
+    for (int i = 0; i < 8; ++i)
+        out[i] = static_cast<wchar16>(value >> (8 * i) & 255);
+#endif
+}
+
+// Eight units as bytes, each cut to its low byte.
+std::uint64_t GatherBytes(const wchar16* units) {
+#if defined(__SSE2__)
+    const __m128i low =
+        _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(units)), _mm_set1_epi16(255));
+    return static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_packus_epi16(low, low)));
+#else
+    std::uint64_t value = 0;
+    for (int i = 0; i < 8; ++i)
+        value |= static_cast<std::uint64_t>(units[i] & 255) << (8 * i);
+    return value;
+#endif
+}
+
+// Tag and trimmed bytes; `out` has room for 9 units.
+wchar16* SpreadDouble(wchar16* out, double value, bool keepAll) {
+    const auto bits = std::bit_cast<std::uint64_t>(value);
+    const int length = keepAll ? 8 : TrimmedDoubleLength(value);
+    *out++ = static_cast<wchar16>(kDoubleTag + length);
+    SpreadBytes(out, bits >> (8 * (8 - length)));
+    return out + length;
+}
+
+TokenType DoubleKind(int length) {
+    return length <= 4 ? TokenType::Float : TokenType::Double;
+}
+
+} // namespace
+
+CToken_binarystreambuf::CToken_binarystreambuf(CharBuf* stream, std::uint32_t flags)
+    : CToken_streambuf(stream) {
+    m_Mode = kBinaryBytesMode;
+    m_WriteCR = (flags & kWriteCR) != 0;
+}
+
+void CToken_binarystreambuf::NewLine() {
+    while (PeekToken().GetType() != TokenType::Eol) {
+        if (PeekToken().GetType() == TokenType::Eof)
+            return;
+        NextToken();
+    }
+    NextToken();
+}
+
+void CToken_binarystreambuf::NewLine(AString&) {
+    TARVOK_ASSERT_TEXT(false, "CToken_binarystreambuf::NewLine(AString& line) not implemented");
+    NewLine();
+}
+
+void CToken_binarystreambuf::PutText(TokenType kind, std::u16string_view text) {
+    m_Utf8.clear();
+    AppendUtf8(text, m_Utf8);
+    const std::size_t length = m_Utf8.size();
+    if (length <= kShortText) {
+        PutTag(kind);
+        PutUnit(static_cast<wchar16>(length));
+    } else {
+        PutUnit(static_cast<wchar16>(static_cast<int>(kind) + kLongForm));
+        for (int i = 0; i < 4; ++i)
+            PutUnit(static_cast<wchar16>(length >> (8 * i) & 255));
+    }
+    for (const char byte : m_Utf8)
+        PutUnit(static_cast<unsigned char>(byte));
+    m_LastKind = kind;
+}
+
+void CToken_binarystreambuf::WriteComment(const wchar16* text) {
+    PutText(TokenType::Comment, text ? std::u16string_view(text) : std::u16string_view());
+}
+void CToken_binarystreambuf::WriteQuoted(std::u16string_view text) {
+    PutText(TokenType::SingleQuotedText, text);
+}
+void CToken_binarystreambuf::WriteKeyword(std::u16string_view text) {
+    PutText(TokenType::Keyword, text);
+}
+
+void CToken_binarystreambuf::WriteChar(wchar16 ch) {
+    if (ch < 128) {
+        PutTag(TokenType::Symbol);
+        PutUnit(ch);
+    } else {
+        m_Utf8.clear();
+        AppendUtf8({&ch, 1}, m_Utf8);
+        PutUnit(static_cast<wchar16>(static_cast<int>(TokenType::Symbol) + kLongForm));
+        for (int i = 0; i < 4; ++i)
+            PutUnit(i == 0 ? static_cast<wchar16>(m_Utf8.size()) : u'\0');
+        for (const char byte : m_Utf8)
+            PutUnit(static_cast<unsigned char>(byte));
+    }
+    m_LastKind = TokenType::Symbol;
+}
+
+void CToken_binarystreambuf::PutUnsigned(int tag, std::uint32_t value, int width) {
+    const int length = m_KeepAllBytes ? width : TrimmedIntegerLength(value);
+    PutUnit(static_cast<wchar16>(tag + length));
+    for (int i = 0; i < length; ++i)
+        PutUnit(static_cast<wchar16>(value >> (8 * i) & 255));
+}
+
+void CToken_binarystreambuf::PutSigned(std::int32_t value, int width) {
+    // The bytes of a negative number aren't extended on reading, so it takes all four.
+    PutUnsigned(kSignedTag, static_cast<std::uint32_t>(value), value < 0 ? 4 : width);
+}
+
+void CToken_binarystreambuf::Write(double value, long) {
+    if (m_MemoryOut) {
+        m_MemoryOut->Commit(SpreadDouble(m_MemoryOut->Room(9), value, m_KeepAllBytes));
+    } else {
+        wchar16 units[9];
+        const wchar16* end = SpreadDouble(units, value, m_KeepAllBytes);
+        for (const wchar16* unit = units; unit < end; ++unit)
+            PutUnit(*unit);
+    }
+    m_LastKind = TokenType::Double;
+}
+
+// The double's bytes, so that the value comes back.
+void CToken_binarystreambuf::Write(float value, long flags) {
+    Write(static_cast<double>(value), flags);
+    m_LastKind = TokenType::Float;
+}
+
+void CToken_binarystreambuf::Write(unsigned long value, long flags) {
+    if (value > 0xFFFFFFFF)
+        return Write(static_cast<double>(value), flags);
+    PutUnsigned(kUnsignedTag, static_cast<std::uint32_t>(value), 4);
+    m_LastKind = TokenType::UnsignedLong;
+}
+
+void CToken_binarystreambuf::Write(long value, long flags) {
+    if (value < -2147483648L || value > 2147483647L)
+        return Write(static_cast<double>(value), flags);
+    PutSigned(static_cast<std::int32_t>(value), 4);
+    m_LastKind = TokenType::Long;
+}
+
+void CToken_binarystreambuf::Write(unsigned int value, long) {
+    PutUnsigned(kUnsignedTag, value, 4);
+    m_LastKind = TokenType::UnsignedInt;
+}
+
+void CToken_binarystreambuf::Write(int value, long) {
+    PutSigned(value, 4);
+    m_LastKind = TokenType::Int;
+}
+
+void CToken_binarystreambuf::Write(short value, long) {
+    PutSigned(value, 2);
+    m_LastKind = TokenType::Short;
+}
+
+void CToken_binarystreambuf::Write(unsigned short value, long) {
+    PutUnsigned(kUnsignedTag, value, 2);
+    m_LastKind = TokenType::UnsignedShort;
+}
+
+void CToken_binarystreambuf::Write(const CToken& token, long flags) {
+    const TokenType kind = token.GetType();
+    switch (kind) {
+    case TokenType::Null:
+    case TokenType::Eof:
+    case TokenType::Error:
+        return;
+    case TokenType::True:
+    case TokenType::False:
+    case TokenType::Eol:
+        PutTag(kind);
+        m_LastKind = kind;
+        return;
+    default:
+        break;
+    }
+    if (token.IsNumber())
+        return Write(token.GetDouble(), flags);
+    CToken::Scratch scratch;
+    const std::u16string_view text = token.GetText(scratch);
+    if (kind == TokenType::Symbol)
+        return WriteChar(text.empty() ? u'\0' : text.front());
+    PutText(kind, text);
+}
+
+void CToken_binarystreambuf::Write(bool value) {
+    PutTag(value ? TokenType::True : TokenType::False);
+    m_LastKind = value ? TokenType::True : TokenType::False;
+}
+
+void CToken_binarystreambuf::Write(wchar16 ch) {
+    Write(ch == 0 ? std::u16string_view() : std::u16string_view(&ch, 1));
+}
+
+void CToken_binarystreambuf::Write(std::u16string_view text) {
+    if (!IsBlank(text))
+        PutText(TokenType::SingleQuotedText, text);
+    else if (m_KeepWhiteSpace)
+        PutText(TokenType::WhiteSpace, text);
+}
+
+void CToken_binarystreambuf::WriteElements(const CToken* elements, std::size_t count, long flags) {
+    if (!m_MemoryOut)
+        return CToken_streambuf::WriteElements(elements, count, flags);
+    for (std::size_t i = 0; i < count;) {
+        const std::size_t batch = std::min<std::size_t>(count - i, 64);
+        wchar16* out = m_MemoryOut->Room(9 * 64);
+        const std::size_t last = i + batch;
+        for (; i < last && elements[i].IsNumber(); ++i)
+            out = SpreadDouble(out, elements[i].GetDouble(), m_KeepAllBytes);
+        m_MemoryOut->Commit(out);
+        m_LastKind = TokenType::Double;
+        if (i < last)
+            Write(elements[i++], flags);
+    }
+}
+
+void CToken_binarystreambuf::PushIndent(std::uint32_t, wchar16) {
+    ++m_IndentLevels;
+}
+
+void CToken_binarystreambuf::PopIndent() {
+    if (m_IndentLevels > 0)
+        --m_IndentLevels;
+}
+
+AString& CToken_binarystreambuf::GetIndentString(AString& out) const {
+    out.clear();
+    return out;
+}
+
+void CToken_binarystreambuf::WriteNewLine(bool force) {
+    if (!force && m_LastKind == TokenType::Eol)
+        return;
+    PutTag(TokenType::Eol);
+    m_LastKind = TokenType::Eol;
+}
+
+int CToken_binarystreambuf::SetWidth(int width) {
+    m_KeepAllBytes = width > 0;
+    return std::exchange(m_Width, width);
+}
+
+void CToken_binarystreambuf::PassStart() {
+    if (PeekUnit() == 0)
+        TakeUnit();
+}
+
+bool CToken_binarystreambuf::TakeByte(int& byte) {
+    const int unit = PeekUnit();
+    if (unit == kEndOfStream)
+        return false;
+    byte = unit & 255;
+    TakeUnit();
+    return true;
+}
+
+void CToken_binarystreambuf::ReadToken() {
+    for (;;) {
+        m_Current.Clear();
+        m_TokenStart = m_MemoryIn ? m_MemoryIn->Offset(m_MemoryIn->Cur()) : m_UnitsRead;
+        int byte = 0;
+        if (!TakeByte(byte)) {
+            m_Current = CToken(TokenType::Eof);
+            return;
+        }
+        const bool longForm = (byte & kLongForm) != 0;
+        const int tag = byte & (kLongForm - 1);
+        const auto kind = static_cast<TokenType>(tag);
+        if (tag > static_cast<int>(TokenType::Error) || IsNumberKind(kind))
+            return ReadNumber(tag);
+        if (kind == TokenType::Symbol && !longForm) {
+            if (TakeByte(byte)) {
+                const auto unit = static_cast<wchar16>(byte);
+                m_Current = CToken(kind, std::u16string_view(&unit, 1));
+            } else {
+                m_Current = CToken(TokenType::Eof);
+            }
+            return;
+        }
+        if (IsTextKind(kind))
+            ReadText(kind, longForm);
+        else
+            m_Current = CToken(kind);
+        if ((kind == TokenType::Comment && !m_KeepComments) ||
+            (kind == TokenType::WhiteSpace && !m_KeepWhiteSpace))
+            continue;
+        return;
+    }
+}
+
+void CToken_binarystreambuf::ReadText(TokenType kind, bool longForm) {
+    std::uint32_t length = 0;
+    for (int i = 0; i < (longForm ? 4 : 1); ++i) {
+        int byte = 0;
+        if (!TakeByte(byte))
+            break;
+        length |= static_cast<std::uint32_t>(byte) << (8 * i);
+    }
+    m_Utf8.clear();
+    // What is claimed isn't believed: the text grows as it arrives.
+    if (m_MemoryIn) {
+        const wchar16* units = m_MemoryIn->Cur();
+        const auto left = static_cast<std::size_t>(m_MemoryIn->End() - units);
+        const std::size_t taken = std::min<std::size_t>(length, left);
+        m_MemoryIn->SetCur(units + taken);
+        // Most texts are plain: their units are the text already.
+        bool plain = true;
+        for (std::size_t i = 0; i < taken; ++i)
+            plain = plain && units[i] < 128;
+        if (plain) {
+            m_Current = CToken(kind, std::u16string_view(units, taken));
+            return;
+        }
+        for (std::size_t i = 0; i < taken; ++i)
+            m_Utf8 += static_cast<char>(units[i]);
+    } else {
+        for (int byte = 0; length > 0 && TakeByte(byte); --length)
+            m_Utf8 += static_cast<char>(byte);
+    }
+    std::u16string text;
+    AppendUtf16(m_Utf8, text);
+    m_Current = CToken(kind, text);
+}
+
+void CToken_binarystreambuf::ReadNumber(int tag) {
+    if (tag > kUnsignedTag && tag <= kUnsignedTag + 8) {
+        const int length = tag - kUnsignedTag;
+        TARVOK_ASSERT(length > 0 && length <= 8);
+        std::uint32_t value = 0;
+        for (int i = 0, byte = 0; i < length && TakeByte(byte); ++i)
+            value |= length <= 4 ? static_cast<std::uint32_t>(byte) << (8 * i) : 0;
+        m_Current = CToken(length <= 2   ? TokenType::UnsignedShort
+                           : length <= 4 ? TokenType::UnsignedInt
+                                         : TokenType::UnsignedLong,
+                           static_cast<double>(value));
+    } else if (tag > kSignedTag && tag <= kSignedTag + 8) {
+        const int length = tag - kSignedTag;
+        TARVOK_ASSERT(length > 0 && length <= 8);
+        std::uint32_t value = 0;
+        for (int i = 0, byte = 0; i < length && TakeByte(byte); ++i)
+            value |= length <= 4 ? static_cast<std::uint32_t>(byte) << (8 * i) : 0;
+        m_Current = CToken(length <= 2   ? TokenType::Short
+                           : length <= 4 ? TokenType::Int
+                                         : TokenType::Long,
+                           static_cast<double>(static_cast<std::int32_t>(value)));
+    } else if (tag > kDoubleTag && tag <= kLastTag) {
+        const int length = tag - kDoubleTag;
+        TARVOK_ASSERT(length > 0 && length <= 8);
+        std::uint64_t bits = 0;
+        for (int i = 8 - length, byte = 0; i < 8 && TakeByte(byte); ++i)
+            bits |= static_cast<std::uint64_t>(byte) << (8 * i);
+        m_Current = CToken(DoubleKind(length), std::bit_cast<double>(bits));
+    } else {
+        m_Current = CToken(TokenType::Error);
+    }
+}
+
+void CToken_binarystreambuf::ReadNumbers(CTokenArray& out) {
+    out.push_back(std::move(m_Current));
+    m_Current.Clear();
+    if (m_MemoryIn && m_TokenPushBackCount == 0) {
+        const wchar16* p = m_MemoryIn->Cur();
+        const wchar16* const end = m_MemoryIn->End();
+        // Nine units are there, so that a number may be read whole.
+        while (end - p >= 9 && *p > kDoubleTag && *p <= kLastTag) {
+            const int length = *p - kDoubleTag;
+            const std::uint64_t bits = GatherBytes(p + 1) << (8 * (8 - length));
+            out.emplace_back(DoubleKind(length), std::bit_cast<double>(bits));
+            p += 1 + length;
+        }
+        m_MemoryIn->SetCur(p);
+    }
+    m_AtLineStart = false;
+    ReadToken();
+}
+
+} // namespace io

@@ -1,0 +1,413 @@
+#include "tree_reader.h"
+
+#include <streamio/token_istring.h>
+
+#include <typeinfo>
+
+namespace io {
+
+namespace {
+
+constexpr double kMostElements = 65535;
+
+bool IsElement(const CToken& token) {
+    const TokenType kind = token.GetType();
+    return token.IsNumber() || IsQuotedKind(kind) || kind == TokenType::Keyword || IsBooleanKind(kind);
+}
+
+// Whether the token can't name an item. Numbers and words of any kind can.
+bool IsNoName(const CToken& token, bool quotedMayBeEmpty) {
+    switch (token.GetType()) {
+    case TokenType::Null:
+    case TokenType::Eol:
+    case TokenType::Eof:
+    case TokenType::Error:
+    case TokenType::Symbol:
+        return true;
+    case TokenType::SingleQuotedText:
+    case TokenType::DoubleQuotedText:
+    case TokenType::CData:
+        return !quotedMayBeEmpty && !token.HasText();
+    default:
+        return token.IsText() && !token.HasText();
+    }
+}
+
+CToken_istream* OwnStream(CAbstract_istream& s) {
+    const std::type_info& type = typeid(s);
+    return type == typeid(CToken_istring) || type == typeid(CToken_istream) ? static_cast<CToken_istream*>(&s)
+                                                                            : nullptr;
+}
+
+} // namespace
+
+CTreeReader::CTreeReader(CAbstract_istream& s)
+    : m_Stream(s), m_Own(OwnStream(s)), m_Buffer(m_Own ? m_Own->GetBuffer() : nullptr),
+      m_Binary(s.IsBinary()) {}
+
+bool CTreeReader::Prepare() {
+    return m_Own ? m_Own->Prepare() : !m_Stream.Fail();
+}
+
+const CToken& CTreeReader::Peek() {
+    if (!m_Own)
+        return m_Stream.PeekToken();
+    m_Own->Prepare();
+    return m_Buffer->PeekToken();
+}
+
+bool CTreeReader::IsSymbol(wchar16 ch) {
+    return m_Own ? Peek().IsSymbol(ch) : m_Stream.IsSymbol(ch);
+}
+
+bool CTreeReader::IsBlockBegin() {
+    if (m_Own && m_Own->GetBeginKeywordKind() == TokenType::Keyword && Peek().GetType() != TokenType::Keyword)
+        return false;
+    return m_Stream.IsBlockBegin();
+}
+
+bool CTreeReader::IsBlockEnd() {
+    if (m_Own && m_Own->GetEndKeywordKind() == TokenType::Keyword && Peek().GetType() != TokenType::Keyword)
+        return false;
+    return m_Stream.IsBlockEnd();
+}
+
+CToken CTreeReader::Take() {
+    CToken token = Peek();
+    Step();
+    return token;
+}
+
+void CTreeReader::Step() {
+    if (m_Own)
+        m_Buffer->NextToken();
+    else
+        m_Stream.NextToken();
+}
+
+void CTreeReader::ReadBlock(CBlock& block) {
+    if (!BeginBlock(block))
+        return;
+    const std::size_t base = m_Frames.size();
+    m_Frames.emplace_back().block = &block;
+    Result result = ReadError::Ok;
+    Run(base, result);
+}
+
+CBlockItemPtr CTreeReader::ReadItem() {
+    if (IsNoName(Peek(), true))
+        throw XStreamioError(ReadError::Identifier, m_Stream);
+    if (IsBlockBegin()) {
+        CBlockItemPtr item(new CBlock);
+        ReadBlock(static_cast<CBlock&>(*item));
+        return item;
+    }
+    CBlockItemPtr leaf;
+    const std::size_t base = m_Frames.size();
+    Result result = Dispatch(Take(), leaf, false);
+    CBlockItemPtr item = leaf;
+    if (result == ReadError::Ok && m_Frames.size() > base) {
+        item = m_Frames.back().owner;
+        Run(base, result);
+    }
+    if (result != ReadError::Ok) {
+        Unwind(base);
+        throw XStreamioError(result, m_Stream);
+    }
+    return item;
+}
+
+CBlockFuncArgPtr CTreeReader::ReadArg() {
+    if (IsNoName(Peek(), false))
+        throw XStreamioError(ReadError::Identifier, m_Stream);
+    CBlockItemPtr leaf;
+    const std::size_t base = m_Frames.size();
+    Result result = Dispatch(Take(), leaf, true);
+    CBlockItemPtr item = leaf;
+    if (result == ReadError::Ok && m_Frames.size() > base) {
+        item = m_Frames.back().owner;
+        Run(base, result);
+    }
+    if (result != ReadError::Ok) {
+        Unwind(base);
+        throw XStreamioError(result, m_Stream);
+    }
+    return CBlockFuncArgPtr(item);
+}
+
+void CTreeReader::ReadFunc(CBlock_func& func) {
+    if (!IsSymbol(u'('))
+        throw XStreamioError(ReadError::OpenBracket, m_Stream);
+    Step();
+    const std::size_t base = m_Frames.size();
+    m_Frames.emplace_back().func = &func;
+    Result result = ReadError::Ok;
+    Run(base, result);
+    if (result != ReadError::Ok) {
+        Unwind(base);
+        throw XStreamioError(result, m_Stream);
+    }
+}
+
+void CTreeReader::ReadVec(CBlock_vec& vec) {
+    if (!IsSymbol(u'['))
+        throw XStreamioError(ReadError::OpenBracket, m_Stream);
+    Step();
+    const Result result = TakeElements(vec);
+    if (result != ReadError::Ok)
+        throw XStreamioError(result, m_Stream);
+}
+
+void CTreeReader::ReadValue(CBlock_value& value, bool named) {
+    if (named) {
+        if (!IsSymbol(u'='))
+            throw XStreamioError(ReadError::EqualSign, m_Stream);
+        Step();
+    }
+    const Result result = TakeValue(value);
+    if (result != ReadError::Ok)
+        throw XStreamioError(result, m_Stream);
+}
+
+// Runs the frames above `base` to their end. An error that no block among them takes is given back.
+void CTreeReader::Run(std::size_t base, Result& result) {
+    while (m_Frames.size() > base) {
+        result = m_Frames.back().block ? StepBlock() : StepFunc();
+        if (result == ReadError::Ok)
+            continue;
+        // The functions that were being read are lost; the block around them goes on.
+        while (m_Frames.size() > base && !m_Frames.back().block)
+            m_Frames.pop_back();
+        if (m_Frames.size() == base)
+            return;
+        Recover(*m_Frames.back().block, result, true);
+        result = ReadError::Ok;
+    }
+}
+
+void CTreeReader::Unwind(std::size_t base) {
+    m_Frames.resize(base);
+}
+
+void CTreeReader::Recover(CBlock& block, ReadError code, bool consumed) {
+    block.mErrors.emplace_back(code, m_Stream.GetLineNumber());
+    m_Stream.ClearFail();
+    // A line that was only looked at for the continuation of a bad item is still to be read.
+    if (consumed && m_Own && m_Buffer->IsAtLineStart())
+        return;
+    m_Stream.SkipLine();
+}
+
+bool CTreeReader::BeginBlock(CBlock& block) {
+    m_Stream.ReadBlockBegin(block.mName);
+    if (!m_Stream.Fail())
+        return true;
+    block.mErrors.emplace_back(ReadError::BlockSyntax, m_Stream.GetLineNumber());
+    m_Stream.ClearFail();
+    return false;
+}
+
+void CTreeReader::EndBlock(CBlock& block) {
+    m_Stream.ReadBlockEnd();
+    if (m_Stream.IsEol() || m_Stream.IsEof())
+        return;
+    CToken::Scratch scratch;
+    const CToken& found = m_Stream.PeekToken();
+    // A number may have come without its source text.
+    if (found.IsNumber() && found == block.mName) {
+        Step();
+        return;
+    }
+    const std::u16string_view name = block.mName.GetText(scratch);
+    m_Stream.ExpectText(AString(name).c_str());
+    if (!m_Stream.Fail())
+        return;
+    block.mErrors.emplace_back(ReadError::BlockSyntax, m_Stream.GetLineNumber());
+    m_Stream.ClearFail();
+    m_Stream.SkipLine();
+}
+
+// Passes over a block that is nested too deep, up to and with its end.
+void CTreeReader::PassNested() {
+    std::size_t depth = 0;
+    do {
+        if (IsEof())
+            return;
+        if (IsBlockBegin())
+            ++depth;
+        else if (IsBlockEnd())
+            --depth;
+        Step();
+    } while (depth > 0);
+    if (!m_Stream.IsEol() && !IsEof())
+        Step();
+}
+
+CTreeReader::Result CTreeReader::StepBlock() {
+    CBlock& block = *m_Frames.back().block;
+    for (;;) {
+        if (IsBlockEnd()) {
+            EndBlock(block);
+            m_Frames.pop_back();
+            return ReadError::Ok;
+        }
+        if (IsEof()) {
+            m_Frames.pop_back();
+            return ReadError::Ok;
+        }
+        if (IsNoName(Peek(), true)) {
+            Recover(block, ReadError::Identifier, false);
+            continue;
+        }
+        if (IsBlockBegin()) {
+            if (m_Frames.size() >= kMaxNesting) {
+                block.mErrors.emplace_back(ReadError::Item, m_Stream.GetLineNumber());
+                PassNested();
+                continue;
+            }
+            auto* nested = new CBlock;
+            block.Add(CBlockItemPtr(nested));
+            if (!BeginBlock(*nested)) {
+                if (!IsEof())
+                    m_Stream.SkipLine();
+                continue;
+            }
+            m_Frames.emplace_back().block = nested;
+            return ReadError::Ok;
+        }
+        CBlockItemPtr leaf;
+        const std::size_t depth = m_Frames.size();
+        const Result result = Dispatch(Take(), leaf, false);
+        if (result != ReadError::Ok)
+            return result;
+        if (m_Frames.size() > depth)
+            return ReadError::Ok; // a function, which is to be read first
+        block.Add(std::move(leaf));
+    }
+}
+
+CTreeReader::Result CTreeReader::StepFunc() {
+    const std::size_t index = m_Frames.size() - 1;
+    CBlock_func& func = *m_Frames[index].func;
+    for (;;) {
+        if (m_Frames[index].afterArg) {
+            m_Frames[index].afterArg = false;
+            if (IsSymbol(u','))
+                Step();
+            else if (!m_Binary && !IsSymbol(u')') && !IsEof())
+                return ReadError::Separator;
+        }
+        const bool complete = IsSymbol(u')');
+        if (complete || IsEof()) {
+            if (complete)
+                Step();
+            break;
+        }
+        if (IsNoName(Peek(), false))
+            return ReadError::Identifier;
+        m_Frames[index].afterArg = true;
+        CBlockItemPtr leaf;
+        const Result result = Dispatch(Take(), leaf, true);
+        if (result != ReadError::Ok)
+            return result;
+        if (m_Frames.size() > index + 1)
+            return ReadError::Ok; // a function, which is to be read first
+        func.Add(CBlockFuncArgPtr(static_cast<CBlock_func_arg*>(leaf.Get())));
+    }
+    CBlockItemPtr owner = std::move(m_Frames.back().owner);
+    m_Frames.pop_back();
+    if (!owner || m_Frames.empty())
+        return ReadError::Ok;
+    if (CBlock* block = m_Frames.back().block)
+        block->Add(std::move(owner));
+    else
+        m_Frames.back().func->Add(CBlockFuncArgPtr(&func));
+    return ReadError::Ok;
+}
+
+// What follows a name: a leaf, or a frame for a function.
+CTreeReader::Result CTreeReader::Dispatch(CToken name, CBlockItemPtr& leaf, bool asArg) {
+    const wchar16 symbol = Peek().GetType() == TokenType::Symbol ? Peek().GetSymbol() : u'\0';
+    switch (symbol) {
+    case u'=': {
+        Step();
+        auto* value = new CBlock_named_value(std::move(name), CToken());
+        leaf = CBlockItemPtr(value);
+        return TakeValue(*value);
+    }
+    case u'(': {
+        if (m_Frames.size() >= kMaxNesting)
+            return ReadError::Item;
+        Step();
+        auto* func = new CBlock_func(std::move(name));
+        Frame& frame = m_Frames.emplace_back();
+        frame.func = func;
+        frame.owner = CBlockItemPtr(func);
+        return ReadError::Ok;
+    }
+    case u'[': {
+        Step();
+        auto* vec = new CBlock_vec(std::move(name));
+        leaf = CBlockItemPtr(vec);
+        return TakeElements(*vec);
+    }
+    default:
+        if (!asArg)
+            return ReadError::ItemSymbol;
+        leaf = CBlockItemPtr(new CBlock_value(std::move(name)));
+        return ReadError::Ok;
+    }
+}
+
+CTreeReader::Result CTreeReader::TakeValue(CBlock_value& value) {
+    if (!IsElement(Peek()))
+        return ReadError::Value;
+    value.SetValue(Take());
+    return ReadError::Ok;
+}
+
+CTreeReader::Result CTreeReader::TakeElements(CBlock_vec& vec) {
+    CTokenArray& elements = vec.mElements;
+    const auto separate = [this] {
+        if (IsSymbol(u','))
+            Step();
+        else if (!m_Binary && !IsSymbol(u']') && !IsEof())
+            return false;
+        return true;
+    };
+    if (Peek().IsNumber()) {
+        CToken first = Take();
+        const double count = first.GetDouble();
+        if (!(count >= 0 && count <= kMostElements))
+            return ReadError::VectorSize;
+        if (IsSymbol(u':')) {
+            // A count is believed only as far as elements can follow.
+            const std::size_t left = m_Buffer ? m_Buffer->GetInputLeft() / 2 + 1 : 1024;
+            elements.reserve(elements.size() + std::min(static_cast<std::size_t>(count), left));
+            Step();
+        } else {
+            elements.push_back(std::move(first));
+            if (!separate())
+                return ReadError::Separator;
+        }
+    }
+    for (;;) {
+        const CToken& token = Peek();
+        if (token.IsSymbol(u']')) {
+            Step();
+            return ReadError::Ok;
+        }
+        if (token.GetType() == TokenType::Eof)
+            return ReadError::Ok;
+        if (!IsElement(token))
+            return ReadError::Value;
+        if (token.IsNumber() && m_Own && !m_Buffer->HasPushBack())
+            m_Buffer->ReadNumbers(elements);
+        else
+            elements.push_back(Take());
+        if (!separate())
+            return ReadError::Separator;
+    }
+}
+
+} // namespace io

@@ -1,0 +1,67 @@
+// Reads blocks and their items without recursion, whatever their nesting.
+#pragma once
+
+#include <streamio/block.h>
+
+#include <vector>
+
+namespace io {
+
+class CToken_istream;
+class CToken_streambuf;
+
+class CTreeReader {
+public:
+    explicit CTreeReader(CAbstract_istream& s);
+
+    // A block from its begin keyword on; errors are recorded in the blocks.
+    void ReadBlock(CBlock& block);
+    // An item or argument from its name on; null is never given, an error is thrown.
+    CBlockItemPtr ReadItem();
+    CBlockFuncArgPtr ReadArg();
+    // A function or vector from its bracket on.
+    void ReadFunc(CBlock_func& func);
+    void ReadVec(CBlock_vec& vec);
+    // A value, with "=" in front if it is a named one.
+    void ReadValue(CBlock_value& value, bool named);
+
+private:
+    struct Frame {
+        CBlock* block = nullptr; // one of the two
+        CBlock_func* func = nullptr;
+        CBlockItemPtr owner; // of a function until it is complete; null at the root
+        bool afterArg = false;
+    };
+    // An error that the innermost block records; Ok for none.
+    using Result = ReadError;
+
+    // The stream by its operations, or directly where it is one of the library's own classes.
+    bool Prepare();
+    const CToken& Peek();
+    bool IsSymbol(wchar16 ch);
+    bool IsBlockBegin();
+    bool IsBlockEnd();
+    bool IsEof() { return Peek().GetType() == TokenType::Eof; }
+    CToken Take();
+    void Step();
+
+    void Run(std::size_t base, Result& result);
+    Result StepBlock();
+    Result StepFunc();
+    Result Dispatch(CToken name, CBlockItemPtr& leaf, bool asArg);
+    Result TakeValue(CBlock_value& value);
+    Result TakeElements(CBlock_vec& vec);
+    bool BeginBlock(CBlock& block);
+    void EndBlock(CBlock& block);
+    void Recover(CBlock& block, ReadError code, bool consumed);
+    void PassNested();
+    void Unwind(std::size_t base);
+
+    CAbstract_istream& m_Stream;
+    CToken_istream* m_Own;      // the stream, where its class is one of the library's own
+    CToken_streambuf* m_Buffer; // its buffer then
+    bool m_Binary;
+    std::vector<Frame> m_Frames;
+};
+
+} // namespace io

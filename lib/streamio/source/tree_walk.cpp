@@ -1,0 +1,247 @@
+#include "tree_walk.h"
+
+#include <streamio/binary_utils.h>
+#include <streamio/token_ostring.h>
+
+#include <algorithm>
+#include <typeinfo>
+
+namespace io {
+
+namespace {
+
+// A block or function whose children are walked here; null for an item that does it itself.
+struct Container {
+    const CBlock* block = nullptr;
+    const CBlock_func* func = nullptr;
+
+    explicit Container(const CBlock_item& item) {
+        if (item.IsBlock())
+            block = static_cast<const CBlock*>(&item);
+        else if (item.IsFunc())
+            func = static_cast<const CBlock_func*>(&item);
+    }
+    explicit operator bool() const { return block || func; }
+    std::size_t Count() const { return block ? block->GetSize() : func->GetSize(); }
+    const CBlock_item* Child(std::size_t index) const {
+        return block ? (block->begin() + static_cast<std::ptrdiff_t>(index))->Get() : (*func)[index].Get();
+    }
+};
+
+// A class of one's own writes itself.
+bool IsOwnClass(const CBlock_item& item) {
+    const std::type_info& type = typeid(item);
+    return type == typeid(CBlock) || type == typeid(CBlock_func) || type == typeid(CBlock_time_func);
+}
+
+void WriteName(const CToken& name, CAbstract_ostream& s) {
+    CToken::Scratch scratch;
+    if (name.IsQuoted() && name.HasText())
+        s.Write(AString(name.GetText(scratch)));
+    else
+        s.Write(name);
+}
+
+struct Frame {
+    Container container;
+    std::size_t next = 0;
+};
+
+} // namespace
+
+void WriteTree(const CBlock_item& root, CAbstract_ostream& s) {
+    const bool binary = s.IsBinary();
+    std::vector<Frame> frames;
+    const auto open = [&](const CBlock_item& item) {
+        if (frames.size() >= kMaxNesting)
+            throw XStreamioError(ReadError::Write, s);
+        frames.push_back({Container(item)});
+        if (item.IsBlock()) {
+            s.WriteBlockBegin(item.GetNameToken());
+        } else {
+            WriteName(item.GetNameToken(), s);
+            s.WriteChar(u'(');
+        }
+    };
+    open(root);
+    while (!frames.empty()) {
+        Frame& frame = frames.back();
+        const Container container = frame.container;
+        if (frame.next == container.Count()) {
+            frames.pop_back();
+            if (container.block)
+                s.WriteBlockEnd(container.block->GetNameToken());
+            else
+                s.WriteChar(u')');
+            if (!frames.empty() && frames.back().container.block)
+                s.EnsureNewLine();
+            continue;
+        }
+        if (container.func && frame.next > 0 && !binary) {
+            s.WriteChar(u',');
+            s.WriteChar(u' ');
+        }
+        const CBlock_item* item = container.Child(frame.next++);
+        if (!item)
+            continue;
+        if (IsOwnClass(*item)) {
+            open(*item);
+            continue;
+        }
+        item->Write(s);
+        if (container.block)
+            s.EnsureNewLine();
+    }
+}
+
+std::uint32_t SizeOfToken(const CToken& token) {
+    CToken::Scratch scratch;
+    const double value = token.GetDouble();
+    const auto integer = [value](double low, double high) -> std::uint32_t {
+        if (!(value >= low && value <= high))
+            return 9;
+        return value < 0
+                   ? 5u
+                   : 1u + static_cast<std::uint32_t>(TrimmedIntegerLength(static_cast<std::uint32_t>(value)));
+    };
+    switch (token.GetType()) {
+    case TokenType::Null:
+    case TokenType::Eof:
+    case TokenType::Error:
+        return 0;
+    case TokenType::Short:
+        return integer(-32768, 32767);
+    case TokenType::Int:
+    case TokenType::Long:
+        return integer(-2147483648.0, 2147483647.0);
+    case TokenType::UnsignedShort:
+        return integer(0, 65535);
+    case TokenType::UnsignedInt:
+    case TokenType::UnsignedLong:
+        return integer(0, 4294967295.0);
+    case TokenType::Double:
+    case TokenType::Float:
+    case TokenType::Hex:
+        return 1u + static_cast<std::uint32_t>(TrimmedDoubleLength(value));
+    case TokenType::True:
+    case TokenType::False:
+    case TokenType::Eol:
+        return 1;
+    default:
+        break;
+    }
+    return static_cast<std::uint32_t>(
+        std::min<std::size_t>(BinaryTextSize(Utf8Length(token.GetText(scratch))), 0xFFFFFFFF));
+}
+
+std::uint32_t SizeOfTree(const CBlock_item& root, CAbstract_ostream& s) {
+    std::uint64_t size = 0;
+    std::vector<Frame> frames;
+    const auto open = [&](const CBlock_item& item) {
+        const std::uint64_t name = SizeOfToken(item.GetNameToken());
+        if (item.IsBlock())
+            size += 2 * name + BinaryTextSize(Utf8Length(s.GetBeginKeyword())) +
+                    BinaryTextSize(Utf8Length(s.GetEndKeyword())) + 2;
+        else
+            size += name + 4;
+        frames.push_back({Container(item)});
+    };
+    open(root);
+    while (!frames.empty()) {
+        Frame& frame = frames.back();
+        const Container container = frame.container;
+        if (frame.next == container.Count()) {
+            frames.pop_back();
+            continue;
+        }
+        const CBlock_item* item = container.Child(frame.next++);
+        if (!item)
+            continue;
+        if (container.block && !item->IsBlock())
+            size += 1;
+        if (IsOwnClass(*item))
+            open(*item);
+        else
+            size += item->GetBinarySize(s);
+    }
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(size, 0xFFFFFFFF));
+}
+
+CMemoryStats StatsOfTree(const CBlock_item& root, bool addSelf) {
+    CMemoryStats stats;
+    std::vector<Frame> frames;
+    const auto open = [&](const CBlock_item& item, bool counted) {
+        if (counted) {
+            ++(item.IsBlock() ? stats.blocks : stats.funcs);
+            stats.itemBytes +=
+                static_cast<std::uint32_t>(item.IsBlock() ? sizeof(CBlock) : sizeof(CBlock_func));
+        }
+        stats.AddToken(item.GetNameToken());
+        const std::size_t pointer = item.IsBlock() ? sizeof(CBlockItemPtr) : sizeof(CBlockFuncArgPtr);
+        stats.arrayBytes += static_cast<std::uint32_t>(item.GetSize() * pointer);
+        frames.push_back({Container(item)});
+    };
+    open(root, addSelf);
+    while (!frames.empty()) {
+        Frame& frame = frames.back();
+        if (frame.next == frame.container.Count()) {
+            frames.pop_back();
+            continue;
+        }
+        const CBlock_item* item = frame.container.Child(frame.next++);
+        if (!item)
+            continue;
+        if (Container(*item))
+            open(*item, true);
+        else
+            stats += item->GetMemoryStats(true);
+    }
+    return stats;
+}
+
+void CTreeTeardown::TakeChildren(CBlock_item& item, std::vector<CBlockItemPtr>& pending) {
+    if (item.IsBlock()) {
+        auto& block = static_cast<CBlock&>(item);
+        block.mNameIndex.reset(); // holds its items too
+        for (CBlockItemPtr& child : block.mItems)
+            pending.push_back(std::move(child));
+        block.mItems.clear();
+    } else if (item.IsFunc()) {
+        auto& func = static_cast<CBlock_func&>(item);
+        for (CBlockFuncArgPtr& child : func.mArgs)
+            pending.emplace_back(child);
+        func.mArgs.clear();
+    }
+}
+
+void CTreeTeardown::Drain(std::vector<CBlockItemPtr>& pending) {
+    while (!pending.empty()) {
+        const CBlockItemPtr item = std::move(pending.back());
+        pending.pop_back();
+        // Its children wait here, so that its own destruction goes no deeper.
+        if (item.IsOnly())
+            TakeChildren(*item, pending);
+    }
+}
+
+template <class List>
+void CTreeTeardown::ReleaseList(List& list) {
+    std::vector<CBlockItemPtr> pending;
+    for (auto& item : list) {
+        if (item && !item->IsEmpty() && (item->IsBlock() || item->IsFunc())) {
+            pending.emplace_back(item);
+            item = {};
+            Drain(pending);
+        }
+    }
+    list.clear();
+}
+
+void CTreeTeardown::Release(CBlock::Items&& items) {
+    ReleaseList(items);
+}
+void CTreeTeardown::Release(CBlock_func::Args&& args) {
+    ReleaseList(args);
+}
+
+} // namespace io
