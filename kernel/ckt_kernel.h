@@ -31,9 +31,9 @@ extern "C" {
 
 /* Results of `analyze`. */
 enum {
-    CKT_GOOD = 0,            /* every analysis done, every result file written */
-    CKT_FAILED = 1,          /* bad use (no file name, a job runs already), out of memory */
-    CKT_NO_NETLIST = 2,      /* the netlist or a file that it includes is missing, is no file, or can't be read */
+    CKT_GOOD = 0,       /* every analysis done, every result file written */
+    CKT_FAILED = 1,     /* bad use (no file name, a job runs already), out of memory */
+    CKT_NO_NETLIST = 2, /* the netlist or a file that it includes is missing, is no file, or can't be read */
     CKT_NOT_A_NETLIST = 3,   /* the file is empty or holds bytes that no netlist has */
     CKT_NO_ANALYSIS = 4,     /* a good netlist that asks for no analysis */
     CKT_BAD_NETLIST = 5,     /* an error in the netlist's lines */

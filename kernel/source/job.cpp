@@ -151,6 +151,7 @@ private:
     }
 
     int run(const Analysis& analysis) {
+        m_messages.begin_section();
         m_text.begin_analysis(analysis.place);
         m_progress.begin_analysis(analysis);
         m_headers.clear();

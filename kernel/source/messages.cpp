@@ -4,7 +4,7 @@ namespace ckt {
 
 void Messages::tell(Level level, const std::string& text) {
     constexpr std::size_t remembered = 10000;
-    if (m_told.size() < remembered && !m_told.insert(text).second)
+    if (level != Level::information && m_told.size() < remembered && !m_told.insert(text).second)
         return;
     if (level == Level::error)
         ++m_errors;

@@ -23,6 +23,8 @@ public:
     void error(const std::string& text) { tell(Level::error, text); }
     void tell(Level level, const std::string& text);
 
+    void begin_section() { m_told.clear(); }
+
     // Number of errors told so far.
     int errors() const { return m_errors; }
 

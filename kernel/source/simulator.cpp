@@ -10,7 +10,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <dlfcn.h>
+#include <sys/timeb.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -111,6 +113,21 @@ int no_printf(int, const char*, ...) {
     return 0;
 }
 
+// Asked at every point to pace output that isn't shown here, and a system call each time.
+clock_t no_clock() {
+    return 0;
+}
+
+int no_ftime(void* time) {
+    std::memset(time, 0, sizeof(timeb));
+    return 0;
+}
+
+// Taken round every allocation against a thread of the simulator's own, which is never started here.
+int no_lock(void*) {
+    return 0;
+}
+
 template <class Function>
 void* address(Function* function) {
     return reinterpret_cast<void*>(function);
@@ -118,10 +135,6 @@ void* address(Function* function) {
 
 int on_text(char* text, int, void* user) {
     static_cast<Simulator::Listener*>(user)->text(text);
-    return 0;
-}
-
-int on_status(char*, int, void*) {
     return 0;
 }
 
@@ -183,14 +196,18 @@ Simulator::Simulator(Listener& listener) : m_listener(listener) {
                                                              {"access", address(guarded_access)},
                                                              {"fopen", address(guarded_fopen)},
                                                              {"puts", address(no_puts)},
-                                                             {"__printf_chk", address(no_printf)}});
+                                                             {"__printf_chk", address(no_printf)},
+                                                             {"clock", address(no_clock)},
+                                                             {"ftime", address(no_ftime)},
+                                                             {"pthread_mutex_lock", address(no_lock)},
+                                                             {"pthread_mutex_unlock", address(no_lock)}});
     if (!guarded_library) {
         ::dlclose(m_library);
         throw JobError(CKT_NO_SIMULATOR, "the simulator's import table can't be written");
     }
     current_listener = &m_listener;
     try {
-        guarded([&] { m_init(on_text, on_status, on_exit, on_point, on_plot, on_background, &m_listener); });
+        guarded([&] { m_init(on_text, nullptr, on_exit, on_point, on_plot, on_background, &m_listener); });
         command("set num_threads=1");
         command("set noinit"); // no table of all node voltages before each transient analysis
         command("set numdgt=16");

@@ -32,18 +32,21 @@ std::string reworded(std::string_view reason) {
         Wording{"parameter value out of range or the wrong type",
                 "a value is out of range or of the wrong kind"},
         Wording{"device already exists, existing one being used", "a device of this name exists already"},
+        Wording{"no data saved for", "none of the vectors that .save lists exists in this analysis"},
+        Wording{"OP:  Timestep too small", "no operating point was found"},
+        Wording{"TRAN:  Timestep too small", "the time step became too small"},
         Wording{"impossible error - can't occur", ""},
         Wording{"not found", ""},
     };
     for (const Wording& wording : wordings)
-        if (reason == wording.given)
+        if (reason.starts_with(wording.given))
             return std::string(wording.told);
     return std::string(reason);
 }
 
 // What the simulator says while all goes well, or says again in better words elsewhere.
 bool says_nothing(std::string_view line) {
-    constexpr std::array<std::string_view, 24> starts = {
+    constexpr std::array<std::string_view, 26> starts = {
         "Doing analysis at TEMP",
         "No. of Data Rows",
         "No. of Data Columns",
@@ -54,6 +57,8 @@ bool says_nothing(std::string_view line) {
         "** Creation Date",
         "ngspice-",
         "Note: 'quit' asks",
+        "Note: Codel model file",
+        "Error: Transient op failed",
         "Note: Starting ",
         "Note: One successful",
         "Note: Transient op started",
@@ -162,7 +167,7 @@ void SimulatorText::take_error_stream(std::string_view line) {
         std::from_chars(rest.data(), rest.data() + rest.size(), m_number);
         m_waiting = Waiting::line_of_warning;
     } else if (take_start(rest, "warning, can't find model '")) {
-        m_model_fault = rest.substr(0, rest.find('\''));
+        m_model = rest.substr(0, rest.find('\''));
         m_waiting = Waiting::line_of_unknown_model;
     } else if (rest == "warning, model type mismatch in line") {
         m_waiting = Waiting::line_of_mismatch;
@@ -199,14 +204,18 @@ void SimulatorText::take_error_stream(std::string_view line) {
         m_expression_line = -1;
     } else if (take_start(rest, "Fatal error:") || take_start(rest, "Error:") || take_start(rest, "ERROR:") ||
                take_start(rest, "ERROR,")) {
-        tell(Level::error, rest);
+        if (rest.starts_with("unknown subckt:"))
+            tell_unknown_subcircuit(rest);
+        else
+            tell(Level::error, rest);
     } else if (take_start(rest, "Warning:") || take_start(rest, "WARNING:") || take_start(rest, "warning,") ||
                take_start(rest, "Warning :")) {
         tell(Level::warning, rest);
     } else if (take_start(rest, "Note:")) {
         tell(Level::information, rest);
     } else if (rest.starts_with("Too many parameters for") || rest.starts_with("Too few parameters for")) {
-        tell(Level::error, rest);
+        tell_at(Level::error, place_in(rest),
+                "the subcircuit is called with another number of nodes than it has: " + std::string(rest));
     } else if (!m_hint.empty() || m_place.empty()) {
         // Before an analysis a bare line comes ahead of the error that it belongs to.
         m_hint += (m_hint.empty() ? "" : " ") + std::string(rest);
@@ -227,10 +236,12 @@ bool SimulatorText::take_awaited(std::string_view line) {
         m_waiting = waiting == Waiting::line_of_error ? Waiting::reason_of_error : Waiting::reason_of_warning;
         return true;
     case Waiting::line_of_unknown_model:
-        m_model_fault = fmt::format("there is no .model \"{}\"", m_model_fault);
+        m_model_faults.push_back(
+            {std::string(words(line).front()), fmt::format("there is no .model \"{}\"", m_model)});
         return true;
     case Waiting::line_of_mismatch:
-        m_model_fault = "its .model is of a kind that this device can't use";
+        m_model_faults.push_back(
+            {std::string(words(line).front()), "its .model is of a kind that this device can't use"});
         return true;
     case Waiting::reason_of_error:
     case Waiting::reason_of_warning:
@@ -241,11 +252,10 @@ bool SimulatorText::take_awaited(std::string_view line) {
     if (!at && !parts.empty())
         at = m_netlist.find_device(parts.front());
     std::string why = reworded(line);
-    if (line == "could not find a valid modelname" && !m_model_fault.empty())
-        why = m_model_fault;
+    if (line == "could not find a valid modelname" && !parts.empty())
+        why = model_fault_of(parts.front());
     else if (!m_hint.empty())
         why += " (" + m_hint + ")";
-    m_model_fault.clear();
     m_hint.clear();
     tell_at(waiting == Waiting::reason_of_error ? Level::error : Level::warning, at,
             fmt::format("{}: \"{}\"", why, m_text));
@@ -289,6 +299,15 @@ std::optional<std::size_t> SimulatorText::line_of_number(long number) const {
     return static_cast<std::size_t>(number) - 1;
 }
 
+// By the device's name, which the simulator gives with its path inside subcircuits.
+std::string SimulatorText::model_fault_of(std::string_view device) const {
+    const std::string_view leaf = device.substr(device.rfind('.') + 1);
+    for (const ModelFault& fault : m_model_faults)
+        if (fault.device == leaf)
+            return fault.text;
+    return "this device has no valid model";
+}
+
 // The line that a message is about, by the name of a device in it: "NAME: ...", "...: NAME n1 n2",
 // "(instance: xNAME)".
 std::optional<std::size_t> SimulatorText::place_in(std::string_view text) const {
@@ -303,11 +322,27 @@ std::optional<std::size_t> SimulatorText::place_in(std::string_view text) const 
     return after.empty() ? std::nullopt : m_netlist.find_device(after.front());
 }
 
+void SimulatorText::tell_unknown_subcircuit(std::string_view text) {
+    const auto parts =
+        words(text); // "unknown", "subckt:", the call's name, its nodes, the subcircuit, parameters
+    const std::string_view name = parts.size() > 2 ? parts[2] : std::string_view();
+    std::string_view called;
+    for (const std::string_view part : parts)
+        if (part.find('=') == part.npos && part != "params:")
+            called = part;
+    constexpr auto deep = 15;
+    const bool recursive = std::count(name.begin(), name.end(), '.') > deep;
+    tell_at(Level::error, m_netlist.find_device(name),
+            recursive
+                ? fmt::format("the calls of subcircuits nest too deep: does \"{}\" call itself?", called)
+                : fmt::format("there is no .subckt \"{}\", which \"{}\" calls", called, name));
+}
+
 void SimulatorText::tell(Level level, std::string_view text) {
     // A measurement that finds nothing doesn't make the analysis worse.
     if (text.find("measure") != text.npos && level == Level::error)
         level = Level::warning;
-    tell_at(level, place_in(text), std::string(text));
+    tell_at(level, place_in(text), reworded(text));
 }
 
 void SimulatorText::tell_at(Level level, std::optional<std::size_t> line, const std::string& text) {

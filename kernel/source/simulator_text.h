@@ -46,24 +46,34 @@ private:
         line_of_mismatch
     };
 
+    // A device whose model the simulator misses: told as a warning that may turn out harmless, and again as
+    // an error that doesn't name the model any more.
+    struct ModelFault {
+        std::string device;
+        std::string text;
+    };
+
     void take_error_stream(std::string_view line);
     void take_output_stream(std::string_view line);
     bool take_awaited(std::string_view line);
     bool take_convergence_talk(std::string_view line);
     void tell(Level level, std::string_view text);
+    void tell_unknown_subcircuit(std::string_view text);
     void tell_at(Level level, std::optional<std::size_t> line, const std::string& text);
     std::optional<std::size_t> line_of_number(long number) const;
     std::optional<std::size_t> place_in(std::string_view text) const;
+    std::string model_fault_of(std::string_view device) const;
 
     const Netlist& m_netlist;
     Messages& m_messages;
     std::optional<std::vector<std::string>> m_capture;
 
     Waiting m_waiting = Waiting::nothing;
-    long m_number = 0;           // the simulator's line number of the error that is being told
-    std::string m_text;          // its line
-    std::string m_hint;          // what was said just before about the same line
-    std::string m_model_fault;   // what is wrong with the model that the next error misses
+    long m_number = 0;   // the simulator's line number of the error that is being told
+    std::string m_text;  // its line
+    std::string m_hint;  // what was said just before about the same line
+    std::string m_model; // that the awaited line can't find
+    std::vector<ModelFault> m_model_faults;
     long m_expression_line = -1; // the last line number of an expression's error
     bool m_in_voltage_table = false;
     std::string m_heading; // of a table of measurements that may turn out empty

@@ -9,7 +9,7 @@
 namespace platform {
 
 // Copies the ASCII characters at the beginning of `bytes` to `units` and gives their number. Up to `length`
-// units may be written beyond it.
+// units may be written.
 inline std::size_t WidenAscii(const unsigned char* bytes, std::size_t length, char16_t* units) {
     std::size_t i = 0;
 #ifdef __SSE2__
@@ -33,7 +33,6 @@ inline std::size_t WidenAscii(const unsigned char* bytes, std::size_t length, ch
         const int mask = _mm_movemask_epi8(a);
         if (mask != 0)
             return i + static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(mask)));
-        i += 16;
     }
 #else
     for (; length - i >= 16; i += 16) {

@@ -45,6 +45,35 @@ std::uint32_t NextCharacter(const unsigned char*& at, const unsigned char* end) 
     return kReplacement;
 }
 
+struct Place {
+    const unsigned char* at;
+    char16_t* out;
+};
+
+// Decodes characters of two and three bytes, as nearly all are, while they are well-formed and have a byte
+// behind them.
+inline Place DecodeRun(const unsigned char* at, const unsigned char* end, char16_t* out,
+                       const char16_t* full) {
+    while (end - at >= 3 && out < full) {
+        const unsigned lead = at[0];
+        const unsigned second = at[1] ^ 0x80u;
+        if ((lead & 0xF0) == 0xE0) {
+            const unsigned third = at[2] ^ 0x80u;
+            const unsigned unit = (lead & 0x0F) << 12 | second << 6 | third;
+            if ((second | third) > 0x3F || unit < 0x800 || (unit & 0xF800) == 0xD800)
+                break;
+            *out++ = static_cast<char16_t>(unit);
+            at += 3;
+        } else if (lead >= 0xC2 && lead < 0xE0 && second <= 0x3F) {
+            *out++ = static_cast<char16_t>((lead & 0x1F) << 6 | second);
+            at += 2;
+        } else {
+            break;
+        }
+    }
+    return {at, out};
+}
+
 } // namespace
 
 std::size_t Utf8ToUnits(const unsigned char*& at, const unsigned char* end, char16_t* units,
@@ -53,37 +82,21 @@ std::size_t Utf8ToUnits(const unsigned char*& at, const unsigned char* end, char
     char16_t* const full = units + capacity;
     for (;;) {
         const std::size_t ascii = WidenAscii(at, std::min(end - at, full - out), out);
-        at += ascii;
-        out += ascii;
-        while (at < end && *at >= 0x80) {
-            if (full - out < 2)
-                return static_cast<std::size_t>(out - units);
-            // Three bytes or two, as nearly all are; what isn't well-formed falls through.
-            if (end - at >= 3 && *at < 0xF0) {
-                const unsigned second = at[1] ^ 0x80u;
-                const unsigned third = at[2] ^ 0x80u;
-                const unsigned unit = (at[0] & 0x0Fu) << 12 | second << 6 | third;
-                if (at[0] >= 0xE0 && (second | third) < 0x40 && unit >= 0x800 && (unit & 0xF800) != 0xD800) {
-                    *out++ = static_cast<char16_t>(unit);
-                    at += 3;
-                    continue;
-                }
-                if (at[0] < 0xE0 && at[0] >= 0xC2 && second < 0x40) {
-                    *out++ = static_cast<char16_t>((at[0] & 0x1Fu) << 6 | second);
-                    at += 2;
-                    continue;
-                }
-            }
-            const std::uint32_t character = NextCharacter(at, end);
-            if (character < 0x10000) {
-                *out++ = static_cast<char16_t>(character);
-            } else {
-                *out++ = static_cast<char16_t>(0xD7C0 + (character >> 10));
-                *out++ = static_cast<char16_t>(0xDC00 + (character & 0x3FF));
-            }
-        }
-        if (at == end || out == full)
+        const Place place = DecodeRun(at + ascii, end, out + ascii, full);
+        at = place.at;
+        out = place.out;
+        // What stopped the run: the end, ASCII, four bytes or an ill-formed character.
+        if (at == end || full - out < 2)
             return static_cast<std::size_t>(out - units);
+        if (*at < 0x80)
+            continue;
+        const std::uint32_t character = NextCharacter(at, end);
+        if (character < 0x10000) {
+            *out++ = static_cast<char16_t>(character);
+        } else {
+            *out++ = static_cast<char16_t>(0xD7C0 + (character >> 10));
+            *out++ = static_cast<char16_t>(0xDC00 + (character & 0x3FF));
+        }
     }
 }
 

@@ -32,16 +32,24 @@ std::size_t Decode(int encoding, const char* bytes, std::ptrdiff_t length, std::
 }
 
 int Encode(int encoding, const wchar16* units, std::size_t length, AStringBuf& block) {
-    if (!units || length == 0 || !IsEncoding(encoding))
+    if (!units || length == 0 || length >= INT_MAX || !IsEncoding(encoding))
         return 0;
     const unsigned codePage = kCodePages[encoding];
-    const std::u16string_view text(units, length);
-    const std::size_t bound = platform::EncodedBound(codePage, text);
-    if (bound == 0 || bound >= INT_MAX)
-        return 0;
-    block.Reserve(static_cast<int>(bound) + 1);
-    const auto count = static_cast<int>(platform::EncodeUnits(codePage, text, block.Data()));
-    return count > 0 && block.Data()[count - 1] == 0 ? count - 1 : count;
+    block.Reserve(static_cast<int>(length) + 1);
+    const std::size_t ascii = platform::EncodeAsciiRun(codePage, {units, length}, block.Data());
+    std::size_t count = ascii;
+    if (ascii < length) {
+        const std::u16string_view rest(units + ascii, length - ascii);
+        const std::size_t bound = platform::EncodedBound(codePage, rest);
+        if (bound == 0 || bound >= INT_MAX - ascii)
+            return 0;
+        const AStringBuf run = block;
+        block.Reserve(static_cast<int>(ascii + bound) + 1);
+        if (block.Data() != run.Data())
+            std::memcpy(block.Data(), run.Data(), ascii);
+        count += platform::EncodeUnits(codePage, rest, block.Data() + ascii);
+    }
+    return static_cast<int>(count > 0 && block.Data()[count - 1] == 0 ? count - 1 : count);
 }
 
 void FormatSystemMessage(std::uint32_t flags, const void* source, std::uint32_t id, std::uint32_t language,
