@@ -30,8 +30,8 @@ public:
         return *this;
     }
     refptr& operator=(refptr&& other) noexcept {
-        refptr old(std::move(*this));
-        std::swap(pRep, other.pRep);
+        refptr taken(std::move(other)); // and the old object goes last; assigned to itself it comes back
+        std::swap(pRep, taken.pRep);
         return *this;
     }
 
