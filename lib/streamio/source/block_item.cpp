@@ -244,7 +244,7 @@ void CBlock_named_value::Write(CAbstract_ostream& s) const {
 }
 
 std::uint32_t CBlock_named_value::GetBinarySize(CAbstract_ostream&) const {
-    return SizeOfToken(mName) + 2 + SizeOfToken(mValue);
+    return SizeOfPlainToken(mName) + 2 + SizeOfToken(mValue);
 }
 
 AString& CBlock_named_value::GetName(AString& out) const {
@@ -551,11 +551,10 @@ void CBlock_vec::Write(CAbstract_ostream& s) const {
 }
 
 std::uint32_t CBlock_vec::GetBinarySize(CAbstract_ostream&) const {
-    std::uint64_t size = SizeOfToken(mName) + 6u +
+    std::uint64_t size = SizeOfPlainToken(mName) + 6u +
                          SizeOfToken(CToken(TokenType::UnsignedInt, static_cast<double>(mElements.size())));
     for (const CToken& element : mElements)
-        size += element.IsNumber() ? SizeOfToken(CToken(TokenType::Double, element.GetDouble()))
-                                   : SizeOfToken(element);
+        size += SizeOfPlainToken(element);
     return static_cast<std::uint32_t>(std::min<std::uint64_t>(size, 0xFFFFFFFF));
 }
 

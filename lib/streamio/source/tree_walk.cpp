@@ -134,11 +134,16 @@ std::uint32_t SizeOfToken(const CToken& token) {
         std::min<std::size_t>(BinaryTextSize(Utf8Length(token.GetText(scratch))), 0xFFFFFFFF));
 }
 
+std::uint32_t SizeOfPlainToken(const CToken& token) {
+    return token.IsNumber() ? 1u + static_cast<std::uint32_t>(TrimmedDoubleLength(token.GetDouble()))
+                            : SizeOfToken(token);
+}
+
 std::uint32_t SizeOfTree(const CBlock_item& root, CAbstract_ostream& s) {
     std::uint64_t size = 0;
     std::vector<Frame> frames;
     const auto open = [&](const CBlock_item& item) {
-        const std::uint64_t name = SizeOfToken(item.GetNameToken());
+        const std::uint64_t name = SizeOfPlainToken(item.GetNameToken());
         if (item.IsBlock())
             size += 2 * name + BinaryTextSize(Utf8Length(s.GetBeginKeyword())) +
                     BinaryTextSize(Utf8Length(s.GetEndKeyword())) + 2;

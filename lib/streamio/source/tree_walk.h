@@ -13,6 +13,8 @@ void WriteTree(const CBlock_item& root, CAbstract_ostream& s);
 std::uint32_t SizeOfTree(const CBlock_item& root, CAbstract_ostream& s);
 
 std::uint32_t SizeOfToken(const CToken& token);
+// As a token that is written by itself: a name or an element. Numbers take the floating form then.
+std::uint32_t SizeOfPlainToken(const CToken& token);
 
 // What the items below `root` hold, the root's own content and, if asked, the root itself.
 CMemoryStats StatsOfTree(const CBlock_item& root, bool addSelf);

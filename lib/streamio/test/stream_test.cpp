@@ -7,7 +7,9 @@
 namespace io {
 namespace {
 
-CToken_istring Stream(std::string_view text) { return CToken_istring(Wide(text), &DefaultTokenGrammar()); }
+CToken_istring Stream(std::string_view text) {
+    return CToken_istring(Wide(text), &DefaultTokenGrammar());
+}
 
 template <class T>
 std::pair<bool, double> ReadAs(std::string_view text) {
@@ -43,8 +45,9 @@ TEST(InputStream, ReadsTextsOfAnyToken) {
         bool good;
         std::string_view result;
     };
-    for (const Case& c : {Case{"abc", true, "abc"}, Case{"''", true, ""}, Case{"12", true, "12"}, Case{"TRUE", true, "TRUE"},
-                          Case{"'a b'", true, "a b"}, Case{"", false, "old"}, Case{"\n\n=", true, "="}}) {
+    for (const Case& c :
+         {Case{"abc", true, "abc"}, Case{"''", true, ""}, Case{"12", true, "12"}, Case{"TRUE", true, "TRUE"},
+          Case{"'a b'", true, "a b"}, Case{"", false, "old"}, Case{"\n\n=", true, "="}}) {
         auto s = Stream(c.text);
         AString text = Wide("old");
         s >> text;
@@ -119,7 +122,8 @@ TEST(InputStream, KeepsLineEndsWhenAsked) {
 }
 
 TEST(InputStream, SkipsToWhatIsAskedFor) {
-    const std::string_view text = "x 1\n$begin A\n y=2\n $begin B\n  $begin C\n  $end C\n $end B\n$end A\nz\n";
+    const std::string_view text =
+        "x 1\n$begin A\n y=2\n $begin B\n  $begin C\n  $end C\n $end B\n$end A\nz\n";
     {
         auto s = Stream(text);
         EXPECT_TRUE(s.SkipToBlock(AString(u"B")));
@@ -235,7 +239,8 @@ TEST(NamedValueManip, ReadsTheValueOrGivesAllBack) {
     EXPECT_EQ(read("n 5"), std::tuple(true, 7, "Keyword'n' Int 5'5'"));
     EXPECT_EQ(read("m = 5"), std::tuple(true, 7, "Keyword'm' Symbol'=' Int 5'5'"));
     auto s = Stream("on=true name='x'");
-    s >> CNamed_value_manip<bool>(AString(u"on"), true) >> CNamed_value_manip<AString>(AString(u"name"), Wide("y"));
+    s >> CNamed_value_manip<bool>(AString(u"on"), true) >>
+        CNamed_value_manip<AString>(AString(u"name"), Wide("y"));
     EXPECT_TRUE(s.Fail());
     s.ClearFail();
     EXPECT_TRUE(s.IsText(u"name"));
@@ -243,7 +248,8 @@ TEST(NamedValueManip, ReadsTheValueOrGivesAllBack) {
 
 TEST(NamedValueManip, GoesInAndOutOfBlocksAndStreams) {
     CBlock block(AString(u"B"));
-    block << CNamed_value_manip<double>(AString(u"f"), 0.5) << CNamed_value_manip<unsigned>(AString(u"u"), 3u);
+    block << CNamed_value_manip<double>(AString(u"f"), 0.5)
+          << CNamed_value_manip<unsigned>(AString(u"u"), 3u);
     double f = 0;
     bool wrong = false;
     EXPECT_TRUE((block >> CNamed_value_manip<double>(AString(u"F"), f)).IsGood());

@@ -96,7 +96,8 @@ inline std::string Items(std::string_view lines) {
 
 // What `write` puts on a stream.
 template <class Write>
-std::string Written(Write write, const io::CBase_grammar& grammar = io::DefaultTokenGrammar(), std::uint32_t flags = 0) {
+std::string Written(Write write, const io::CBase_grammar& grammar = io::DefaultTokenGrammar(),
+                    std::uint32_t flags = 0) {
     io::CToken_ostring s(&grammar, 0, flags);
     write(s);
     AString text;

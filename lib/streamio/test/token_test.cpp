@@ -40,11 +40,42 @@ TEST(Token, ComparesKindsThenNumbersOrTexts) {
 }
 
 TEST(Token, GivesBackTheSourceOfEverySpellingOfANumber) {
-    for (const std::string_view text :
-         {"0", "-0", "1", "12", "007", "+5", "1.50", "-1.5", "0.001", "00.1", "1.", ".5", "-.5", "0.0", "1e5", "1E5", "1e+05",
-          "1.25e-07", "1.250e+100", "1e+00", "1e-00", "12e+05", "0e+05", "123456789012345678", "1234567890123456789012",
-          "0.1234567890123456789", "99999999999999999", "0.99999999999999999", "9.9999999999999999e+22", "1e-320", "1e400",
-          "-1e400", "4.9e-324", "1.7976931348623157e+308", "0.30000000000000004", "100000000000000000"}) {
+    for (const std::string_view text : {"0",
+                                        "-0",
+                                        "1",
+                                        "12",
+                                        "007",
+                                        "+5",
+                                        "1.50",
+                                        "-1.5",
+                                        "0.001",
+                                        "00.1",
+                                        "1.",
+                                        ".5",
+                                        "-.5",
+                                        "0.0",
+                                        "1e5",
+                                        "1E5",
+                                        "1e+05",
+                                        "1.25e-07",
+                                        "1.250e+100",
+                                        "1e+00",
+                                        "1e-00",
+                                        "12e+05",
+                                        "0e+05",
+                                        "123456789012345678",
+                                        "1234567890123456789012",
+                                        "0.1234567890123456789",
+                                        "99999999999999999",
+                                        "0.99999999999999999",
+                                        "9.9999999999999999e+22",
+                                        "1e-320",
+                                        "1e400",
+                                        "-1e400",
+                                        "4.9e-324",
+                                        "1.7976931348623157e+308",
+                                        "0.30000000000000004",
+                                        "100000000000000000"}) {
         const std::string kept = Tokens(text);
         EXPECT_NE(kept.find("'" + std::string(text) + "'"), std::string::npos) << kept;
         char expected[40];
@@ -82,7 +113,8 @@ const TokenCase kTokenCases[] = {
     {"a!b", "Keyword'a'"},
     {"a!b\nc", "Keyword'a' Eol Keyword'c'"},
     {"_a", "Symbol'_' Keyword'a'"},
-    {"a=(1,[2:])", "Keyword'a' Symbol'=' Symbol'(' Int 1'1' Symbol',' Symbol'[' Int 2'2' Symbol':' Symbol']' Symbol')'"},
+    {"a=(1,[2:])",
+     "Keyword'a' Symbol'=' Symbol'(' Int 1'1' Symbol',' Symbol'[' Int 2'2' Symbol':' Symbol']' Symbol')'"},
     {"\r\n\n\r", "Eol Eol Eol"},
     {"'a", "SingleQuotedText'a'"},
     {"'a\nb", "SingleQuotedText'a' Eol Keyword'b'"},
@@ -144,10 +176,12 @@ TEST(TokenGrammar, WorksTheSameInRunsAndByStates) {
     const OwnGrammar own;
     const OtherTables other;
     std::mt19937 random(7);
-    const std::u16string_view pieces[] = {u"a",    u"e",  u"x",  u"0",  u"1",   u"12345678", u".",  u"-",   u"+",
-                                          u" ",    u"\t", u"\n", u"\r", u"'",   u"\"",       u"\\", u"$",   u"_",
-                                          u"!",    u"%",  u"#",  u",",  u"(",   u"\u03B1",   u"\0", u"n",   u"true",
-                                          u"$begin_cdata$", u"$end_cdata$", u"\uFFFF", u"false", u"0x", u"1e5", u"\u00E9"};
+    const std::u16string_view pieces[] = {
+        u"a",           u"e",      u"x",      u"0",  u"1",   u"12345678", u".",
+        u"-",           u"+",      u" ",      u"\t", u"\n",  u"\r",       u"'",
+        u"\"",          u"\\",     u"$",      u"_",  u"!",   u"%",        u"#",
+        u",",           u"(",      u"\u03B1", u"\0", u"n",   u"true",     u"$begin_cdata$",
+        u"$end_cdata$", u"\uFFFF", u"false",  u"0x", u"1e5", u"\u00E9"};
     for (int round = 0; round < 20000; ++round) {
         AString text;
         for (std::size_t count = random() % 12; count > 0; --count) {
@@ -156,9 +190,9 @@ TEST(TokenGrammar, WorksTheSameInRunsAndByStates) {
         }
         if (!text.empty() && text[0] == 0)
             continue; // a binary text
-        for (const CBase_grammar* grammar : {static_cast<const CBase_grammar*>(&DefaultTokenGrammar()),
-                                             static_cast<const CBase_grammar*>(&own),
-                                             static_cast<const CBase_grammar*>(&other)}) {
+        for (const CBase_grammar* grammar :
+             {static_cast<const CBase_grammar*>(&DefaultTokenGrammar()),
+              static_cast<const CBase_grammar*>(&own), static_cast<const CBase_grammar*>(&other)}) {
             CToken_istring runs(text, grammar);
             CToken_istring states(text, grammar);
             auto& buffer = dynamic_cast<CToken_textstreambuf&>(*states.GetBuffer());
@@ -182,12 +216,15 @@ TEST(TokenGrammar, TakesCharactersOfItsOwn) {
 }
 
 TEST(TokenGrammar, FollowsTheCaseMode) {
-    EXPECT_EQ(Tokens("aB 0xab true", DefaultTokenGrammar(), kUpperCase), "Keyword'AB' Hex 171'0xAB' True'TRUE'");
-    EXPECT_EQ(Tokens("aB 0xab true", DefaultTokenGrammar(), kKeepCase), "Keyword'aB' Hex 171'0xab' True'true'");
+    EXPECT_EQ(Tokens("aB 0xab true", DefaultTokenGrammar(), kUpperCase),
+              "Keyword'AB' Hex 171'0xAB' True'TRUE'");
+    EXPECT_EQ(Tokens("aB 0xab true", DefaultTokenGrammar(), kKeepCase),
+              "Keyword'aB' Hex 171'0xab' True'true'");
 }
 
 TEST(TokenGrammar, ForgetsSourcesWhenAsked) {
-    EXPECT_EQ(Tokens("1.50 007 true a", DefaultTokenGrammar(), kDropSourceText), "Double 1.5 Int 7 True Keyword'a'");
+    EXPECT_EQ(Tokens("1.50 007 true a", DefaultTokenGrammar(), kDropSourceText),
+              "Double 1.5 Int 7 True Keyword'a'");
 }
 
 TEST(DelimiterGrammar, MakesTheseTokens) {
@@ -211,11 +248,13 @@ TEST(Grammar, ScansOneToken) {
         TokenType kind;
         std::size_t end;
     };
-    for (const Case& c : {Case{"", TokenType::Eol, 0}, Case{"abc", TokenType::Keyword, 3}, Case{"a b", TokenType::Keyword, 1},
-                          Case{"\n", TokenType::Eol, 0}, Case{"'a'", TokenType::SingleQuotedText, 3},
-                          Case{"'a'b", TokenType::SingleQuotedText, 3}, Case{"'a", TokenType::SingleQuotedText, 2},
-                          Case{"'a\\", TokenType::Error, 3}, Case{"1.5", TokenType::Double, 3}, Case{"+", TokenType::Symbol, 1},
-                          Case{"!x", TokenType::Comment, 2}, Case{"  ", TokenType::WhiteSpace, 2}}) {
+    for (const Case& c :
+         {Case{"", TokenType::Eol, 0}, Case{"abc", TokenType::Keyword, 3}, Case{"a b", TokenType::Keyword, 1},
+          Case{"\n", TokenType::Eol, 0}, Case{"'a'", TokenType::SingleQuotedText, 3},
+          Case{"'a'b", TokenType::SingleQuotedText, 3}, Case{"'a", TokenType::SingleQuotedText, 2},
+          Case{"'a\\", TokenType::Error, 3}, Case{"1.5", TokenType::Double, 3},
+          Case{"+", TokenType::Symbol, 1}, Case{"!x", TokenType::Comment, 2},
+          Case{"  ", TokenType::WhiteSpace, 2}}) {
         const AString text = Wide(c.text);
         const wchar16* end = nullptr;
         EXPECT_EQ(DefaultTokenGrammar().ScanToken(text.c_str(), end), c.kind) << c.text;
