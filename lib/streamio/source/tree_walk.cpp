@@ -143,12 +143,13 @@ std::uint32_t SizeOfTree(const CBlock_item& root, CAbstract_ostream& s) {
     std::uint64_t size = 0;
     std::vector<Frame> frames;
     const auto open = [&](const CBlock_item& item) {
-        const std::uint64_t name = SizeOfPlainToken(item.GetNameToken());
+        CToken::Scratch scratch;
         if (item.IsBlock())
-            size += 2 * name + BinaryTextSize(Utf8Length(s.GetBeginKeyword())) +
+            size += 2 * BinaryTextSize(Utf8Length(item.GetNameToken().GetText(scratch))) +
+                    BinaryTextSize(Utf8Length(s.GetBeginKeyword())) +
                     BinaryTextSize(Utf8Length(s.GetEndKeyword())) + 2;
         else
-            size += name + 4;
+            size += SizeOfPlainToken(item.GetNameToken()) + 4;
         frames.push_back({Container(item)});
     };
     open(root);
