@@ -68,6 +68,10 @@ public:
     virtual void Write(bool value) = 0;
     void Write(const char*) = delete; // would be taken for a bool
     virtual AString& GetIndent(AString& out) const;
+    // As Write(const AString&), of counted characters.
+    virtual void WriteText(std::u16string_view text);
+    // The elements of a vector, in the text form with a comma and a blank between them.
+    virtual void WriteElements(const CToken* elements, std::size_t count);
 
     // The present place. A state of `pos` that its copies share is left to them.
     void GetPosition(CAbstract_stream_pos& pos);

@@ -11,6 +11,7 @@
 #include <streamio/pool_allocator.h>
 #include <stringutils/astring.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <string_view>
 #include <utility>
@@ -71,7 +72,14 @@ public:
     explicit CToken(TokenType kind) : m_Head(static_cast<std::uint64_t>(kind)), m_Bits(0) {}
     CToken(TokenType numberKind, double value) : CToken(numberKind) { m_Number = value; }
     // For text kinds; for the others the text is the source text and the value 0.
-    CToken(TokenType kind, std::u16string_view text) : CToken(kind) { SetText(text); }
+    CToken(TokenType kind, std::u16string_view text) : CToken(kind) {
+        if (!IsText())
+            SetText(text);
+        else if (text.size() <= kInlineLength && text.find(u'\0') == text.npos)
+            std::copy(text.begin(), text.end(), m_Inline);
+        else
+            MakeShared(text);
+    }
     CToken(TokenType kind, const std::u16string& text) : CToken(kind, std::u16string_view(text)) {}
     CToken(TokenType kind, const wchar16* text) : CToken(kind, std::u16string_view(text)) {}
     CToken(TokenType numberKind, double value, std::u16string_view source) : CToken(numberKind, value) {
@@ -161,6 +169,7 @@ public:
 private:
     // The head: 5 bits of kind, 2 bits that say how the text is held, 57 bits by that: a pointer to the
     // shared characters, a number's digits, or which letters of a boolean are capitals.
+    static constexpr std::size_t kInlineLength = 3;
     static constexpr std::uint64_t kKindMask = 31;
     static constexpr std::uint64_t kTextMask = 3 << 5;
     static constexpr std::uint64_t kSharedText = 1 << 5;

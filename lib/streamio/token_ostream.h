@@ -81,9 +81,8 @@ public:
     void Write(bool value) override;
     using CAbstract_ostream::Write;
     AString& GetIndent(AString& out) const override;
-
-    // The elements of a vector, as CBlock_vec writes them.
-    void WriteElements(const CToken* elements, std::size_t count);
+    void WriteText(std::u16string_view text) override;
+    void WriteElements(const CToken* elements, std::size_t count) override;
 
     CToken_streambuf* GetBuffer() const { return m_Buffer.get(); }
 

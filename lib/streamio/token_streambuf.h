@@ -106,6 +106,20 @@ public:
         ReadToken();
         return m_Current;
     }
+    // The current token itself, and a step on.
+    CToken TakeToken() {
+        if (m_TokenPushBackCount > 0) [[unlikely]] {
+            CToken token = PeekToken();
+            NextPushedToken();
+            return token;
+        }
+        const TokenType kind = m_Current.GetType();
+        CToken token = std::move(m_Current);
+        m_Current.Clear();
+        m_AtLineStart = kind == TokenType::Eol || kind == TokenType::Null;
+        ReadToken();
+        return token;
+    }
     void PushBackToken(const CToken& token);
     // Steps until a token of that kind and text is current; without a kind any token with the text. False at
     // the end.

@@ -98,6 +98,20 @@ void CAbstract_ostream::WriteUnformatted(const wchar16* text) {
 CAbstract_ostream& CAbstract_ostream::Apply(CAbstract_ostream& (*function)(CAbstract_ostream&)) {
     return function(*this);
 }
+void CAbstract_ostream::WriteText(std::u16string_view text) {
+    Write(AString(text));
+}
+
+void CAbstract_ostream::WriteElements(const CToken* elements, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        if (i > 0 && !IsBinary()) {
+            WriteChar(u',');
+            WriteChar(u' ');
+        }
+        Write(elements[i]);
+    }
+}
+
 AString& CAbstract_ostream::GetIndent(AString& out) const {
     out.clear();
     return out;

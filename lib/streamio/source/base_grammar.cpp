@@ -371,6 +371,12 @@ TokenType CBase_grammar::ScanToken(std::u16string_view text, std::size_t& length
     const auto unitAt = [&](std::size_t at) { return at < text.size() ? text[at] : u'\0'; };
     length = 0;
     int state = tables.Next(0, unitAt(0));
+    if (tables.tokenShape && state == 5) { // most texts are words
+        ++length;
+        while (length < text.size() && tables.Next(5, text[length]) == 5)
+            ++length;
+        return m_Types[static_cast<std::size_t>(tables.Next(5, unitAt(length)))];
+    }
     while (state < kRunningStates) {
         if (state != 4) {
             if (length == text.size())

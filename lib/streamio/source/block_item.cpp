@@ -30,15 +30,6 @@ bool GetInteger(const CToken* token, T& out, double low, double high) {
     return true;
 }
 
-// The name as it goes out in front of "=" or a bracket.
-void WriteName(const CToken& name, CAbstract_ostream& s) {
-    CToken::Scratch scratch;
-    if (name.IsQuoted() && name.HasText())
-        s.Write(AString(name.GetText(scratch)));
-    else
-        s.Write(name);
-}
-
 } // namespace
 
 CMemoryStats& CMemoryStats::operator+=(const CMemoryStats& other) {
@@ -238,7 +229,7 @@ void CBlock_named_value::Read(CAbstract_istream& s) {
 }
 
 void CBlock_named_value::Write(CAbstract_ostream& s) const {
-    WriteName(mName, s);
+    WriteItemName(mName, s);
     s.WriteChar(u'=');
     WriteValue(mValue, s);
 }
@@ -528,24 +519,14 @@ void CBlock_vec::Read(CAbstract_istream& s) {
 }
 
 void CBlock_vec::Write(CAbstract_ostream& s) const {
-    WriteName(mName, s);
+    WriteItemName(mName, s);
     s.WriteChar(u'[');
     s.Write(static_cast<unsigned int>(mElements.size()));
     s.WriteChar(u':');
     if (!mElements.empty()) {
         if (!s.IsBinary())
             s.WriteChar(u' ');
-        if (auto* own = dynamic_cast<CToken_ostream*>(&s)) {
-            own->WriteElements(mElements.data(), mElements.size());
-        } else {
-            for (std::size_t i = 0; i < mElements.size(); ++i) {
-                if (i > 0 && !s.IsBinary()) {
-                    s.WriteChar(u',');
-                    s.WriteChar(u' ');
-                }
-                s.Write(mElements[i]);
-            }
-        }
+        s.WriteElements(mElements.data(), mElements.size());
     }
     s.WriteChar(u']');
 }

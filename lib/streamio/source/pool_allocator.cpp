@@ -70,10 +70,17 @@ struct FreeList {
     }
 };
 
-// Blocks that no thread holds. Never destroyed: threads may end after the program's own statics.
+// The unused end of a chunk whose thread has ended.
+struct OpenChunk {
+    OpenChunk* next;
+    std::size_t left;
+};
+
+// Blocks and ends of chunks that no thread holds. Never destroyed: threads may end after the program's own statics.
 struct Depot {
     std::mutex mutex;
     FreeList lists[kClasses];
+    OpenChunk* chunks = nullptr;
 };
 
 Depot& TheDepot() {
@@ -105,15 +112,9 @@ struct CacheOwner {
             while (cache.lists[i].head)
                 depot.lists[i].Push(cache.lists[i].Pop());
         }
-        // The rest of the open chunk, in blocks of the class that wastes least.
-        while (cache.left >= 16) {
-            std::size_t index = ClassOf(cache.left < kLargest ? cache.left : kLargest);
-            if (SizeOf(index) > cache.left)
-                --index;
-            depot.lists[index].Push(cache.chunk);
-            cache.chunk += SizeOf(index);
-            cache.left -= SizeOf(index);
-        }
+        // The next thread goes on with the open chunk: a thread for each job must not cost a chunk for each job.
+        if (cache.left >= sizeof(OpenChunk))
+            depot.chunks = new (cache.chunk) OpenChunk{depot.chunks, cache.left};
     }
 };
 
@@ -137,6 +138,12 @@ ThreadCache* OpenCache() {
             for (std::size_t batch = kChunk / size; cache && batch > 0 && common.head; --batch)
                 cache->lists[index].Push(common.Pop());
             return block;
+        }
+        if (cache && cache->left < sizeof(OpenChunk) && depot.chunks && depot.chunks->left >= size) {
+            OpenChunk* chunk = depot.chunks;
+            depot.chunks = chunk->next;
+            cache->left = chunk->left;
+            cache->chunk = reinterpret_cast<std::byte*>(chunk);
         }
     }
     if (!cache)

@@ -1,6 +1,7 @@
 // The writing half of the text buffer.
 #include "memory_streambuf.h"
 #include "number_text.h"
+#include "scan_tables.h"
 
 #include <streamio/abstract_stream.h>
 #include <streamio/token_textstreambuf.h>
@@ -48,6 +49,8 @@ CToken_textstreambuf::CToken_textstreambuf(CharBuf* stream, const CBase_grammar*
 
 void CToken_textstreambuf::Put(wchar16 ch) {
     m_LastCharacter = ch;
+    if (m_MemoryOut && m_Mode != kBytesMode) [[likely]]
+        return m_MemoryOut->Put(ch);
     if (m_Mode != kBytesMode || ch < 128) {
         PutUnit(ch);
     } else if (ch < 0x800) {
@@ -215,6 +218,13 @@ void CToken_textstreambuf::Write(bool value) {
 }
 
 void CToken_textstreambuf::Write(wchar16 ch) {
+    const ScanTables& tables = m_Grammar->GetScanTables();
+    if (ch < 256 && tables.tokenShape && tables.next[0][ch] == 3) { // a symbol by itself
+        Separate(TokenType::Symbol, ch);
+        Put(ch);
+        m_LastKind = TokenType::Symbol;
+        return;
+    }
     Write(ch == 0 ? std::u16string_view() : std::u16string_view(&ch, 1));
 }
 void CToken_textstreambuf::WriteChar(wchar16 ch) {

@@ -11,7 +11,6 @@ namespace io {
 
 namespace {
 
-constexpr std::size_t kInlineLength = 3;
 constexpr std::uint8_t kMostShares = 254;
 
 // Stands in front of shared characters. The share count is the byte directly before the first of them.
@@ -92,6 +91,8 @@ void CToken::MakeShared(std::u16string_view text) {
     auto* units = reinterpret_cast<wchar16*>(header + 1);
     std::memcpy(units, text.data(), text.size() * sizeof(wchar16));
     units[text.size()] = 0;
+    if (IsText())
+        m_Bits = text.size();
     m_Head = (m_Head & kKindMask) | kSharedText | reinterpret_cast<std::uint64_t>(units) << kPayloadShift;
 }
 
@@ -122,13 +123,7 @@ void CToken::SetType(TokenType kind) {
 void CToken::SetText(std::u16string_view text) {
     CToken token(GetType());
     if (IsText()) {
-        // A NUL would end an inline text early.
-        if (text.size() <= kInlineLength && text.find(u'\0') == text.npos)
-            std::copy(text.begin(), text.end(), token.m_Inline);
-        else {
-            token.MakeShared(text);
-            token.m_Bits = text.size();
-        }
+        token = CToken(GetType(), text);
     } else {
         std::uint64_t payload = 0;
         bool exponent = false;

@@ -371,6 +371,10 @@ AString& CToken_ostream::GetIndent(AString& out) const {
     return m_Buffer->GetIndentString(out);
 }
 
+void CToken_ostream::WriteText(std::u16string_view text) {
+    m_Buffer->Write(text);
+}
+
 void CToken_ostream::WriteElements(const CToken* elements, std::size_t count) {
     m_Buffer->WriteElements(elements, count, m_FormatFlags);
 }

@@ -7,7 +7,19 @@
 #include <streamio/token_streambuf.h>
 #include <streamio/token_textstreambuf.h>
 
+#include <typeinfo>
+
 namespace io {
+
+namespace {
+
+// The stream if it is of that very class.
+template <class T>
+T* AsClass(CCharBuf* stream) {
+    return stream && typeid(*stream) == typeid(T) ? static_cast<T*>(stream) : nullptr;
+}
+
+} // namespace
 
 std::unique_ptr<CToken_streambuf> CToken_streambuf::Make(CharBuf* stream, bool detect,
                                                          const std::locale* locale,
@@ -25,8 +37,8 @@ std::unique_ptr<CToken_streambuf> CToken_streambuf::Make(CharBuf* stream, bool d
 }
 
 CToken_streambuf::CToken_streambuf(CharBuf* stream)
-    : m_Stream(stream), m_MemoryIn(dynamic_cast<CMemoryInBuf*>(stream)),
-      m_MemoryOut(dynamic_cast<CMemoryOutBuf*>(stream)) {
+    : m_Stream(stream), m_MemoryIn(AsClass<CMemoryInBuf>(stream)),
+      m_MemoryOut(AsClass<CMemoryOutBuf>(stream)) {
     TARVOK_ASSERT_TEXT(stream, "a_streambuf");
 }
 

@@ -45,14 +45,11 @@ CTreeReader::CTreeReader(CAbstract_istream& s)
     : m_Stream(s), m_Own(OwnStream(s)), m_Buffer(m_Own ? m_Own->GetBuffer() : nullptr),
       m_Binary(s.IsBinary()) {}
 
-bool CTreeReader::Prepare() {
-    return m_Own ? m_Own->Prepare() : !m_Stream.Fail();
-}
-
-const CToken& CTreeReader::Peek() {
+const CToken& CTreeReader::PeekAnew() {
     if (!m_Own)
         return m_Stream.PeekToken();
-    m_Own->Prepare();
+    if (m_Own->Prepare())
+        m_Current = &m_Buffer->PeekToken();
     return m_Buffer->PeekToken();
 }
 
@@ -73,12 +70,18 @@ bool CTreeReader::IsBlockEnd() {
 }
 
 CToken CTreeReader::Take() {
+    if (m_Own) {
+        Peek();
+        m_Current = nullptr;
+        return m_Buffer->TakeToken();
+    }
     CToken token = Peek();
     Step();
     return token;
 }
 
 void CTreeReader::Step() {
+    m_Current = nullptr;
     if (m_Own)
         m_Buffer->NextToken();
     else
@@ -191,6 +194,7 @@ void CTreeReader::Unwind(std::size_t base) {
 
 void CTreeReader::Recover(CBlock& block, ReadError code, bool consumed) {
     block.mErrors.emplace_back(code, m_Stream.GetLineNumber());
+    m_Current = nullptr;
     m_Stream.ClearFail();
     // A line that was only looked at for the continuation of a bad item is still to be read.
     if (consumed && m_Own && m_Buffer->IsAtLineStart())
@@ -199,25 +203,38 @@ void CTreeReader::Recover(CBlock& block, ReadError code, bool consumed) {
 }
 
 bool CTreeReader::BeginBlock(CBlock& block) {
-    m_Stream.ReadBlockBegin(block.mName);
+    if (m_Own && m_Own->GetBeginKeywordKind() == TokenType::Keyword && IsBlockBegin()) {
+        // As ReadBlockBegin does, without giving the keyword back in between.
+        Step();
+        if (m_Own->IsText()) {
+            m_Own->IncIndent(1);
+            block.mName = Take();
+            return true;
+        }
+        m_Own->SetFail();
+    } else {
+        m_Current = nullptr;
+        m_Stream.ReadBlockBegin(block.mName);
+    }
     if (!m_Stream.Fail())
         return true;
     block.mErrors.emplace_back(ReadError::BlockSyntax, m_Stream.GetLineNumber());
+    m_Current = nullptr;
     m_Stream.ClearFail();
     return false;
 }
 
 void CTreeReader::EndBlock(CBlock& block) {
+    m_Current = nullptr;
     m_Stream.ReadBlockEnd();
     if (m_Stream.IsEol() || m_Stream.IsEof())
         return;
-    CToken::Scratch scratch;
-    const CToken& found = m_Stream.PeekToken();
-    // A number may have come without its source text.
-    if (found.IsNumber() && found == block.mName) {
+    // The same token needs no comparison of texts. A number may have come without its source text.
+    if (m_Stream.PeekToken() == block.mName) {
         Step();
         return;
     }
+    CToken::Scratch scratch;
     const std::u16string_view name = block.mName.GetText(scratch);
     m_Stream.ExpectText(AString(name).c_str());
     if (!m_Stream.Fail())
@@ -268,8 +285,10 @@ CTreeReader::Result CTreeReader::StepBlock() {
             auto* nested = new CBlock;
             block.Add(CBlockItemPtr(nested));
             if (!BeginBlock(*nested)) {
-                if (!IsEof())
+                if (!IsEof()) {
+                    m_Current = nullptr;
                     m_Stream.SkipLine();
+                }
                 continue;
             }
             m_Frames.emplace_back().block = nested;
@@ -401,10 +420,12 @@ CTreeReader::Result CTreeReader::TakeElements(CBlock_vec& vec) {
             return ReadError::Ok;
         if (!IsElement(token))
             return ReadError::Value;
-        if (token.IsNumber() && m_Own && !m_Buffer->HasPushBack())
+        if (token.IsNumber() && m_Own && !m_Buffer->HasPushBack()) {
+            m_Current = nullptr;
             m_Buffer->ReadNumbers(elements);
-        else
+        } else {
             elements.push_back(Take());
+        }
         if (!separate())
             return ReadError::Separator;
     }

@@ -36,8 +36,12 @@ private:
     using Result = ReadError;
 
     // The stream by its operations, or directly where it is one of the library's own classes.
-    bool Prepare();
-    const CToken& Peek();
+    const CToken& Peek() {
+        if (m_Current) [[likely]]
+            return *m_Current;
+        return PeekAnew();
+    }
+    const CToken& PeekAnew();
     bool IsSymbol(wchar16 ch);
     bool IsBlockBegin();
     bool IsBlockEnd();
@@ -58,8 +62,9 @@ private:
     void Unwind(std::size_t base);
 
     CAbstract_istream& m_Stream;
-    CToken_istream* m_Own;      // the stream, where its class is one of the library's own
-    CToken_streambuf* m_Buffer; // its buffer then
+    CToken_istream* m_Own;             // the stream, where its class is one of the library's own
+    CToken_streambuf* m_Buffer;        // its buffer then
+    const CToken* m_Current = nullptr; // of the buffer, as long as nothing has moved
     bool m_Binary;
     std::vector<Frame> m_Frames;
 };

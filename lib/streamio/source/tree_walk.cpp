@@ -30,16 +30,10 @@ struct Container {
 
 // A class of one's own writes itself.
 bool IsOwnClass(const CBlock_item& item) {
+    if (!item.IsBlock() && !item.IsFunc())
+        return false;
     const std::type_info& type = typeid(item);
     return type == typeid(CBlock) || type == typeid(CBlock_func) || type == typeid(CBlock_time_func);
-}
-
-void WriteName(const CToken& name, CAbstract_ostream& s) {
-    CToken::Scratch scratch;
-    if (name.IsQuoted() && name.HasText())
-        s.Write(AString(name.GetText(scratch)));
-    else
-        s.Write(name);
 }
 
 struct Frame {
@@ -48,6 +42,14 @@ struct Frame {
 };
 
 } // namespace
+
+void WriteItemName(const CToken& name, CAbstract_ostream& s) {
+    CToken::Scratch scratch;
+    if (name.IsQuoted() && name.HasText())
+        s.WriteText(name.GetText(scratch));
+    else
+        s.Write(name);
+}
 
 void WriteTree(const CBlock_item& root, CAbstract_ostream& s) {
     const bool binary = s.IsBinary();
@@ -59,7 +61,7 @@ void WriteTree(const CBlock_item& root, CAbstract_ostream& s) {
         if (item.IsBlock()) {
             s.WriteBlockBegin(item.GetNameToken());
         } else {
-            WriteName(item.GetNameToken(), s);
+            WriteItemName(item.GetNameToken(), s);
             s.WriteChar(u'(');
         }
     };
@@ -234,7 +236,7 @@ template <class List>
 void CTreeTeardown::ReleaseList(List& list) {
     std::vector<CBlockItemPtr> pending;
     for (auto& item : list) {
-        if (item && !item->IsEmpty() && (item->IsBlock() || item->IsFunc())) {
+        if (item && (item->IsBlock() || item->IsFunc()) && !item->IsEmpty()) {
             pending.emplace_back(item);
             item = {};
             Drain(pending);

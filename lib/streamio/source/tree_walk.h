@@ -9,6 +9,9 @@ namespace io {
 // kMaxNesting.
 void WriteTree(const CBlock_item& root, CAbstract_ostream& s);
 
+// The name of an item as it goes out in front of "=" or a bracket.
+void WriteItemName(const CToken& name, CAbstract_ostream& s);
+
 // The size of an item's binary form, stopping at 4294967295.
 std::uint32_t SizeOfTree(const CBlock_item& root, CAbstract_ostream& s);
 
