@@ -4,18 +4,19 @@
 // thread, which owns the job gate, does all three; the kernel's callbacks arrive on it during the run.
 #pragma once
 
+#include <engine/client_messages.h>
 #include <engine/job_control.h>
 #include <engine/kernel_library.h>
 
 #include <keldasimenginelib/keldasimenginelib.h>
 #include <stringutils/astring.h>
 
-class CKeldaAnalysis {
+class CKeldaAnalysis final : public MessageManager, public ClientMessages {
 public:
     // Both interfaces may be null and outlive the object. `control` is null where nobody can abort the job.
     CKeldaAnalysis(IKeldaProgressInterface* pProgress, IKeldaSolutionInterface* pSolution,
                    JobControl* control);
-    ~CKeldaAnalysis();
+    ~CKeldaAnalysis() override;
     CKeldaAnalysis(const CKeldaAnalysis&) = delete;
     CKeldaAnalysis& operator=(const CKeldaAnalysis&) = delete;
 
@@ -25,7 +26,12 @@ public:
     // Hands a command line to the kernel. 0, or the HRESULT of a kernel that can't be used.
     HRESULT AnalyzeCommand(int argc, char** argv);
 
+    std::int32_t GetState() override { return 0; }
+
 private:
+    IKeldaProgressInterface* MessageClient() const override;
+    std::int32_t RunKernel(const AString& filename, const AString& projectpath) const;
+
     platform::DynamicLibrary m_Kernel;
     IKeldaProgressInterface* m_pProgress = nullptr;
     JobControl* const m_Control;

@@ -4,6 +4,7 @@
 // in a process.
 #pragma once
 
+#include <engine/client_messages.h>
 #include <engine/job_control.h>
 
 #include <keldasimenginelib/kelda_engine_dispatch.h>
@@ -13,7 +14,7 @@
 #include <functional>
 #include <memory>
 
-class CKeldaEngine final : public KeldaEngineDispatch {
+class CKeldaEngine final : public KeldaEngineDispatch, public MessageManager, public ClientMessages {
 public:
     struct Services {
         // Counts the references of clients; the object itself lives as long as the process.
@@ -28,7 +29,7 @@ public:
 
     explicit CKeldaEngine(Services services);
     // Waits for the jobs that it has started.
-    ~CKeldaEngine();
+    ~CKeldaEngine() override;
 
     HRESULT QueryInterface(const IID& iid, void** object) override;
     std::uint32_t AddRef() override { return m_Services.lock(); }
@@ -45,7 +46,10 @@ public:
     // still is the latest.
     void Resume(std::int32_t procid) { m_procid = procid; }
 
+    std::int32_t GetState() override { return 0; }
+
 private:
+    IKeldaProgressInterface* MessageClient() const override { return m_pProgress.Get(); }
     void Kill();
 
     Services m_Services;

@@ -2,6 +2,7 @@
 
 #include <engine/job_messages.h>
 #include <engine/job_state.h>
+#include <engine/message_manager_slot.h>
 
 #include <cstdio>
 
@@ -32,7 +33,7 @@ extern "C" void ErrorCallBack(const char* text, int code) noexcept {
             std::puts(text);
             std::fflush(stdout);
         } else if (IKeldaProgressInterface* progress = LiveProgress()) {
-            PostText(*progress, SeverityOfKernelCode(code), AString(text));
+            PostKernelText(*progress, code, text);
         }
     } catch (...) {
         std::fputs(text, stderr);
@@ -54,32 +55,50 @@ CKeldaAnalysis::CKeldaAnalysis(IKeldaProgressInterface* pProgress, IKeldaSolutio
     state.control = control;
     if (Succeeded(m_Bound))
         state.kernel.set_error_call_back(ErrorCallBack);
+    SetMessageManager(this);
 }
 
-CKeldaAnalysis::~CKeldaAnalysis() = default;
+CKeldaAnalysis::~CKeldaAnalysis() {
+    SetMessageManager(nullptr);
+}
 
-HRESULT CKeldaAnalysis::Analyze(const AString& filename, const AString& projectpath) {
-    const JobState& state = ProcessJobState();
-    std::int32_t result = m_Bound;
+IKeldaProgressInterface* CKeldaAnalysis::MessageClient() const {
+    return m_Control && m_Control->Aborted() ? nullptr : m_pProgress;
+}
+
+std::int32_t CKeldaAnalysis::RunKernel(const AString& filename, const AString& projectpath) const {
     try {
-        if (Succeeded(m_Bound)) {
-            state.kernel.set_project_path(projectpath.ToNarrow(1));
-            result = state.kernel.analyze(filename.ToNarrow(1));
-        } else if (m_pProgress) {
+        if (Failed(m_Bound)) {
             AString error;
             error.Assign(1, m_BindError.data(), static_cast<int>(m_BindError.size()));
-            PostText(*m_pProgress, kSeverityError, error);
+            PostText(kSeverityError, error);
+            return m_Bound;
         }
+        const KernelEntries& kernel = ProcessJobState().kernel;
+        kernel.set_project_path(projectpath.ToNarrow(1));
+        return kernel.analyze(filename.ToNarrow(1));
     } catch (...) {
         // Short of memory, or a kernel that throws: the job has failed, and its client is told.
-        result = E_UNEXPECTED;
+        return E_UNEXPECTED;
     }
+}
+
+HRESULT CKeldaAnalysis::Analyze(const AString& filename, const AString& projectpath) {
+    AString started;
+    started.Format(u"Analyzing...%s", filename.c_str());
+    PostText(kSeverityInformation, started);
+    std::int32_t result = RunKernel(filename, projectpath);
+    PostText(kSeverityInformation, u"Analyzing done....");
     if (!m_pProgress)
         return S_OK;
     if (m_Control && !m_Control->Finish())
         return S_OK;
     HRESULT reported = m_pProgress->AnalysisDone(result);
-    return Failed(reported) ? reported : S_OK;
+    if (Failed(reported)) {
+        PostFailedCall(reported);
+        return reported;
+    }
+    return S_OK;
 }
 
 HRESULT CKeldaAnalysis::AnalyzeCommand(int argc, char** argv) {

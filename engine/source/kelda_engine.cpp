@@ -2,6 +2,7 @@
 
 #include <engine/job_messages.h>
 #include <engine/job_state.h>
+#include <engine/message_manager_slot.h>
 #include <engine/worker_thread.h>
 
 #include <limits>
@@ -25,8 +26,11 @@ HRESULT CKeldaEngine::QueryInterface(const IID& iid, void** object) {
 
 HRESULT CKeldaEngine::StartAnalysis(IKeldaProgressInterface* pIProgress, IKeldaSolutionInterface* pISolution,
                                     BSTR filename, BSTR projectpath, std::int32_t* procid) {
-    if (!pIProgress)
+    SetMessageManager(this);
+    if (!pIProgress) {
+        PostText(kSeverityRefused, u"Progress interface is not found.");
         return E_ACCESSDENIED;
+    }
     if (!procid)
         return E_POINTER;
     m_pProgress = platform::InterfacePtr<IKeldaProgressInterface>(pIProgress);
@@ -58,7 +62,7 @@ HRESULT CKeldaEngine::StartAnalysis(IKeldaProgressInterface* pIProgress, IKeldaS
     *procid = handle;
     if (!m_pThread) {
         Kill();
-        PostText(*pIProgress, kSeverityError, AString(u"The system has no thread to run the analysis in."));
+        PostText(kSeverityError, u"The system has no thread to run the analysis in.");
         pIProgress->AnalysisDone(E_OUTOFMEMORY);
         return S_FALSE;
     }

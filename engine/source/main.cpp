@@ -1,11 +1,13 @@
 // tarvok, the engine host: registers itself, serves one client, or hands its command line to the simulation
 // kernel.
 
+#include <engine/message_manager_slot.h>
 #include <engine/server.h>
 
 #include <startup/command_line.h>
 #include <startup/registration.h>
 
+#include <mvcore/mvcore.h>
 #include <stringutils/astring.h>
 
 #include <malloc.h>
@@ -43,7 +45,11 @@ int Serve(const std::vector<std::string>& tokens) {
     return kWrongUse;
 }
 
+// How the libraries find the message manager of the thread that they work on.
+const CMvOrvaneApplication g_Application(GetMessageManager);
+
 int Run(int argc, char** argv) {
+    InitMvcoreDLL(&g_Application);
     AString line = BuildCommandLine(argc, argv);
     ServerRoad road = ChooseRoad(line);
     switch (road) {

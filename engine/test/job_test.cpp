@@ -4,8 +4,10 @@
 
 #include <engine/class_object.h>
 #include <engine/job_gate.h>
+#include <engine/job_messages.h>
 #include <engine/kelda_engine.h>
 #include <engine/kernel_library.h>
+#include <engine/message_manager_slot.h>
 
 #include <platform/marshal.h>
 #include <stringutils/astring.h>
@@ -137,6 +139,49 @@ TEST_F(JobTest, AJobTellsItsClientWhatTheKernelSaysAndHowItEnded) {
     EXPECT_EQ(Run("project"), (Calls{"message 2 " + m_Folder.string(), "done 0"}));
 }
 
+TEST_F(JobTest, AJobFramesItsRunInWords) {
+    auto client = Recorder::New();
+    Start(client.Get(), "progress 1; return 7");
+    ASSERT_TRUE(client->WaitDone());
+    EXPECT_EQ(client->AllCalls(), (Calls{"message 2 Analyzing...progress 1; return 7", "progress 1",
+                                         "message 2 Analyzing done....", "done 7"}));
+
+    // A client that fails the last call is told so, if it still listens.
+    auto failing = Recorder::New();
+    failing->onDone = [] { return E_ACCESSDENIED; };
+    Start(failing.Get(), "return 0");
+    ASSERT_TRUE(failing->WaitDone());
+    EXPECT_EQ(Run("return 0"), Calls{"done 0"});
+    ASSERT_EQ(failing->AllCalls().size(), 4u);
+    EXPECT_EQ(failing->AllCalls()[2], "done 0");
+    EXPECT_EQ(failing->AllCalls()[3],
+              "message 1 " + std::string(SystemErrorText(E_ACCESSDENIED).ToNarrow(1)));
+}
+
+TEST_F(JobTest, WhatTheEngineRefusesGoesToTheClientOfAnEarlierStart) {
+    EXPECT_EQ(Start(nullptr, "return 0"), E_ACCESSDENIED) << "nobody to tell";
+    auto client = Recorder::New();
+    Start(client.Get(), "return 0");
+    ASSERT_TRUE(client->WaitDone());
+    EXPECT_EQ(Start(nullptr, "return 0"), E_ACCESSDENIED);
+    EXPECT_EQ(client->Calls(), (Calls{"done 0", "message 4 Progress interface is not found."}));
+    EXPECT_EQ(GetMessageManager(), static_cast<IMessageManager*>(engine.get()));
+    SetMessageManager(nullptr);
+}
+
+TEST(SystemErrorTextTest, ACodeWithoutWordsIsNamedByItsNumber) {
+    struct Row {
+        std::uint32_t code;
+        const char* text;
+    };
+    for (const Row& row :
+         {Row{0x80040200, "Unknown error 0x80040200"}, Row{0x80040201, "IDispatch error #1"},
+          Row{0x8004FFFF, "IDispatch error #65023"}, Row{0x80050000, "Unknown error 0x80050000"}})
+        EXPECT_EQ(std::string(SystemErrorText(static_cast<HRESULT>(row.code)).ToNarrow(1)), row.text);
+    AString known = SystemErrorText(E_ACCESSDENIED);
+    EXPECT_FALSE(known.empty() || known.ends_with(u'\n') || known.starts_with(u"Unknown"));
+}
+
 TEST_F(JobTest, AStartWithoutAProgressInterfaceIsRefusedAndStartsNothing) {
     int threads = 0;
     CKeldaEngine::Services services;
@@ -211,13 +256,14 @@ TEST_F(JobTest, AFailedOrThrowingClientHarmsOnlyItsOwnCalls) {
     auto client = Recorder::New();
     client->onProgress = []() -> HRESULT { throw std::runtime_error("from the client"); };
     client->onDone = [] { return E_FAIL; };
+    const std::string failed = "message 1 " + std::string(SystemErrorText(E_FAIL).ToNarrow(1));
     EXPECT_EQ(Start(client.Get(), "progress 0.5; expect 8000FFFF; return 0"), S_OK);
-    ASSERT_TRUE(client->WaitDone());
-    EXPECT_EQ(client->Calls(), (Calls{"progress 0.5", "done 0"}));
+    EXPECT_EQ(Run("return 0"), Calls{"done 0"});
+    EXPECT_EQ(client->Calls(), (Calls{"progress 0.5", "done 0", failed}));
     client->onProgress = [] { return E_FAIL; };
     EXPECT_EQ(Start(client.Get(), "progress 0.75; expect 80004005"), S_OK);
     EXPECT_EQ(Run("return 0"), Calls{"done 0"});
-    EXPECT_EQ(client->Calls(), (Calls{"progress 0.5", "done 0", "progress 0.75", "done 0"}));
+    EXPECT_EQ(client->Calls(), (Calls{"progress 0.5", "done 0", failed, "progress 0.75", "done 0", failed}));
 }
 
 TEST_F(JobTest, JobsRunInTheOrderOfTheirStartsAndOnlyTheLatestHandleIsAlive) {

@@ -44,9 +44,15 @@ public:
     bool WaitDone() { return m_Done.WaitFor(std::chrono::seconds(60)); }
     bool IsDone() { return m_Done.WaitFor(std::chrono::milliseconds(0)); }
 
-    std::vector<std::string> Calls() {
+    std::vector<std::string> AllCalls() {
         std::lock_guard lock(m_Mutex);
         return m_Calls;
+    }
+    // Without the two messages in which every job frames its run.
+    std::vector<std::string> Calls() {
+        auto calls = AllCalls();
+        std::erase_if(calls, IsFrame);
+        return calls;
     }
 
     std::function<HRESULT()> onProgress;
@@ -84,12 +90,14 @@ private:
                text.substr(begin, text.find("', argtype0") - begin);
     }
 
+    static bool IsFrame(const std::string& call) { return call.starts_with("message 2 Analyzing"); }
+
     void Note(const std::string& call) {
         {
             std::lock_guard lock(m_Mutex);
             m_Calls.push_back(call);
         }
-        if (order)
+        if (order && !IsFrame(call))
             order->Note(m_Name + call);
     }
 

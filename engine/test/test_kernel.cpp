@@ -60,6 +60,8 @@ int analyze(const char* utf8_file) {
         int number = 0;
         double value = 0;
         words >> verb;
+        if (verb.starts_with('/'))
+            continue; // a client that makes the name absolute puts its folder in front of the commands
         if (verb == "progress" && words >> value) {
             lastResult = g_Progress(value);
         } else if (verb == "repeat" && words >> number >> value) {
