@@ -7,6 +7,16 @@
 
 namespace ckt {
 
+std::string endless_sweep(const Analysis& analysis) {
+    if (analysis.kind != "dc")
+        return {};
+    const auto parts = words(analysis.command);
+    for (std::size_t step = 4; step < parts.size(); step += 4)
+        if (spice_number(parts[step]).value_or(1) == 0)
+            return "the step of \"" + std::string(parts[step - 3]) + "\" is 0";
+    return {};
+}
+
 AnalysisRange::AnalysisRange(const Analysis& analysis) {
     const auto parts = words(analysis.command);
     const auto number = [&](std::size_t index) {

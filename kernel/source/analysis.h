@@ -14,6 +14,9 @@ struct Analysis {
     std::string place;   // "FILE:LINE"
 };
 
+// What keeps an analysis from ever ending; empty if nothing does.
+std::string endless_sweep(const Analysis& analysis);
+
 // The share of an analysis that is done, from the value of its scale or the number of its points.
 class AnalysisRange {
 public:

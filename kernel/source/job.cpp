@@ -54,6 +54,8 @@ public:
 
     int run() {
         load();
+        for (const Analysis& analysis : m_analyses)
+            check(analysis);
         m_progress.begin_job(static_cast<int>(m_analyses.size()));
         int code = CKT_GOOD;
         for (const Analysis& analysis : m_analyses) {
@@ -124,6 +126,10 @@ private:
                     add_analysis(keyword, std::string(line), used[keyword]++);
             } else if (line.find("portnum") != line.npos) {
                 add_port(line);
+            } else if (line.starts_with("bpa_")) {
+                // The simulator's own node for an expression of a .meas line, which a list of nodes to keep
+                // would leave out.
+                m_measured.emplace_back(line.substr(1, line.find(' ') - 1));
             }
         }
         std::sort(m_ports.begin(), m_ports.end(),
@@ -150,6 +156,26 @@ private:
         m_ports.push_back(port);
     }
 
+    // What the simulator would run on for ever, or crash on.
+    void check(const Analysis& analysis) const {
+        std::string fault = endless_sweep(analysis);
+        if (analysis.kind == "sp") {
+            if (m_ports.empty())
+                fault = "no source has a \"portnum\", so that there are no ports";
+            for (std::size_t i = 0; i < m_ports.size(); ++i)
+                if (m_ports[i].number != static_cast<int>(i) + 1)
+                    fault = fmt::format("the ports have to be numbered 1 to {}, each number once",
+                                        m_ports.size());
+            for (const Port& port : m_ports)
+                if (!(port.impedance > 0))
+                    fault = fmt::format("port {} has a z0 of {} ohm, more than 0 is expected", port.number,
+                                        port.impedance);
+        }
+        if (!fault.empty())
+            throw JobError(CKT_BAD_NETLIST,
+                           fmt::format("{}: \".{}\": {}", analysis.place, analysis.command, fault));
+    }
+
     int run(const Analysis& analysis) {
         m_messages.begin_section();
         m_text.begin_analysis(analysis.place);
@@ -157,9 +183,12 @@ private:
         m_headers.clear();
         // The noise analyses' vectors are their own: a list of node voltages to keep would leave them none.
         m_simulator.command("delete all");
-        if (analysis.kind != "noise")
+        if (analysis.kind != "noise" && !m_netlist.saves.empty()) {
             for (const Card& save : m_netlist.saves)
                 m_simulator.command(save.text.substr(1));
+            for (const std::string& node : m_measured)
+                m_simulator.command("save v(" + node + ')');
+        }
         m_simulator.command("set sim_status=77");
         m_simulator.command(analysis.command);
         const int code = status();
@@ -198,6 +227,10 @@ private:
             if (header == m_headers.end())
                 continue;
             plots.push_back(collect_plot(m_simulator, id));
+            std::erase_if(plots.back().vectors, [&](const ResultVector& vector) {
+                return std::any_of(m_measured.begin(), m_measured.end(),
+                                   [&](const std::string& node) { return vector.name == "v(" + node + ')'; });
+            });
             plots.back().title = header->second.title;
             plots.back().date = header->second.date;
             plots.back().name = header->second.name;
@@ -228,6 +261,7 @@ private:
     Results m_results;
     std::vector<Analysis> m_analyses;
     std::vector<Port> m_ports;
+    std::vector<std::string> m_measured;         // nodes
     std::map<std::string, PlotHeader> m_headers; // of the running analysis, by the plot's id
     bool m_loaded = false;
     bool m_gave_up = false;

@@ -66,8 +66,11 @@ public:
         }
         for (const std::size_t open : m_subcircuits)
             error(open, "this .subckt has no .ends");
-        for (const Card& card : m_netlist.analyses)
+        for (const Card& card : m_netlist.analyses) {
             check_arguments(card);
+            if (m_bipolar && card.text.starts_with(".sens"))
+                error(card, "the simulator can't do \".sens\" of a circuit with bipolar transistors");
+        }
         for (const Card& card : m_netlist.saves)
             check_arguments(card);
         if (m_errors > 0)
@@ -78,10 +81,15 @@ private:
     Netlist& m_netlist;
     Messages& m_messages;
     std::vector<std::size_t> m_subcircuits; // open ones
+    bool m_bipolar = false;
     int m_errors = 0;
 
-    void error(std::size_t line, const std::string& text) {
-        m_messages.error(m_netlist.where(line) + ": " + text);
+    void error(std::size_t line, const std::string& text) { error_at(m_netlist.where(line), text); }
+    void error(const Card& card, const std::string& text) {
+        error_at(m_netlist.where(card.file, card.line), text);
+    }
+    void error_at(const std::string& place, const std::string& text) {
+        m_messages.error(place + ": " + text);
         ++m_errors;
     }
 
@@ -96,6 +104,11 @@ private:
                 error(line, ".ends without a .subckt");
             else
                 m_subcircuits.pop_back();
+        } else if (parts.front().starts_with(".model") && (parts.front() != ".model" || parts.size() < 3)) {
+            // The simulator takes any command that begins so for this one.
+            error(line, fmt::format("\"{}\" is too short, expected \".model NAME KIND\"", text));
+        } else if (parts.front().starts_with(".meas") && parts.size() < 4) {
+            error(line, fmt::format("\"{}\" is too short, expected \".meas ANALYSIS NAME WHAT\"", text));
         }
     }
 
@@ -106,9 +119,23 @@ private:
                          [&](const DeviceRule& candidate) { return candidate.letter == text.front(); });
         if (rule != std::end(device_rules) && parts.size() < rule->least)
             error(line, fmt::format("\"{}\" is too short, expected \"{}\"", text, rule->form));
+        if (text.front() == 'q')
+            m_bipolar = true;
+        if (text.front() == 'a')
+            code_model(line, text);
         if ((text.front() == 'v' || text.front() == 'i') &&
             std::find(parts.begin(), parts.end(), "external") != parts.end())
             error(line, fmt::format("\"{}\": an external source has nobody that gives its values", text));
+    }
+
+    // "%v" and its like say what kind the next connection is of; without one the simulator reads behind the line.
+    void code_model(std::size_t line, const std::string& text) {
+        const auto parts = tokens(text);
+        if (parts.size() < 3)
+            error(line, fmt::format("\"{}\" is too short, expected \"NAME CONNECTION ... MODEL\"", text));
+        for (std::size_t i = 0; i < parts.size(); ++i)
+            if (parts[i].front() == '%' && i + 2 >= parts.size())
+                error(line, fmt::format("\"{}\" in \"{}\" is followed by no connection", parts[i], text));
     }
 
     // These lines become commands of the simulator, where such characters would begin another command, run a

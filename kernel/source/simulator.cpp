@@ -71,6 +71,12 @@ int refused_remove(const char* path) {
     throw ProcessEnd{};
 }
 
+[[noreturn]] void refused_assert(const char* condition, const char*, unsigned, const char*) {
+    if (current_listener)
+        current_listener->text(std::string("stderr Error: the simulator's own check failed: ") + condition);
+    throw ProcessEnd{};
+}
+
 sighandler_t no_signal(int, sighandler_t) {
     return SIG_DFL;
 }
@@ -191,6 +197,7 @@ Simulator::Simulator(Listener& listener) : m_listener(listener) {
                                                              {"unlink", address(refused_remove)},
                                                              {"exit", address(refused_exit)},
                                                              {"abort", address(refused_abort)},
+                                                             {"__assert_fail", address(refused_assert)},
                                                              {"signal", address(no_signal)},
                                                              {"setlocale", address(no_setlocale)},
                                                              {"access", address(guarded_access)},

@@ -46,12 +46,14 @@ std::string reworded(std::string_view reason) {
 
 // What the simulator says while all goes well, or says again in better words elsewhere.
 bool says_nothing(std::string_view line) {
-    constexpr std::array<std::string_view, 26> starts = {
+    constexpr std::array<std::string_view, 28> starts = {
         "Doing analysis at TEMP",
         "No. of Data Rows",
         "No. of Data Columns",
         "Note: No compatibility mode selected!",
         "Circuit: ",
+        "Measurements for ", // of an analysis that isn't always the one that has run
+        "Formula() error",
         "******",
         "** ngspice",
         "** Creation Date",
@@ -123,14 +125,6 @@ void SimulatorText::take_output_stream(std::string_view line) {
     }
     if (says_nothing(line))
         return;
-    if (line.starts_with("Measurements for ")) {
-        m_heading = line;
-        return;
-    }
-    if (!m_heading.empty()) {
-        m_messages.information(m_heading);
-        m_heading.clear();
-    }
     m_messages.information(std::string(line));
 }
 
@@ -154,7 +148,8 @@ bool SimulatorText::take_convergence_talk(std::string_view line) {
 
 void SimulatorText::take_error_stream(std::string_view line) {
     m_in_voltage_table = false;
-    if (take_awaited(line) || take_convergence_talk(line) || says_nothing(line))
+    const bool formula = line.front() == '|'; // repeats a formula that another line speaks of
+    if (take_awaited(line) || take_convergence_talk(line) || says_nothing(line) || formula)
         return;
 
     std::string_view rest = line;
@@ -276,7 +271,6 @@ void SimulatorText::begin_analysis(const std::string& place) {
     m_reason.clear();
     m_singular.clear();
     m_not_converged.clear();
-    m_heading.clear();
 }
 
 std::string SimulatorText::reason() const {

@@ -76,8 +76,7 @@ private:
     std::vector<ModelFault> m_model_faults;
     long m_expression_line = -1; // the last line number of an expression's error
     bool m_in_voltage_table = false;
-    std::string m_heading; // of a table of measurements that may turn out empty
-    std::string m_place;   // of the running analysis
+    std::string m_place; // of the running analysis
     std::string m_reason;
     std::string m_singular;
     std::vector<std::string> m_not_converged;
