@@ -24,10 +24,8 @@ foreach(library IN LISTS libraries)
     install(TARGETS ${library} EXPORT tarvokengine
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
     cmake_path(GET folder FILENAME name)
-    install(DIRECTORY ${folder}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tarvok/${name} COMPONENT development
-        FILES_MATCHING PATTERN "*.h"
-        PATTERN source EXCLUDE
-        PATTERN test EXCLUDE)
+    file(GLOB headers CONFIGURE_DEPENDS ${folder}/*.h)
+    install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tarvok/${name} COMPONENT development)
 endforeach()
 
 get_property(programs GLOBAL PROPERTY TARVOK_PROGRAMS)
