@@ -22,6 +22,8 @@ namespace ckt {
 
 namespace {
 
+constexpr std::string_view second_port = "_second_port";
+
 // Numbers are read and printed with a point on this thread, whatever the process's locale says; everything
 // else stays the host's.
 class PointLocale {
@@ -85,7 +87,30 @@ private:
         return netlist;
     }
 
+    // The simulator's S analysis wants two ports at least. A single one gets a second on a node of its own, which
+    // changes nothing at the first.
+    void add_second_port() {
+        int ports = 0;
+        for (std::size_t i = 1; i < m_netlist.lines.size(); i = m_netlist.card_end(i)) {
+            const std::string text = m_netlist.card_text(i);
+            const auto parts = tokens(text);
+            ports += !text.empty() && text.front() == 'v' &&
+                     std::find(parts.begin(), parts.end(), "portnum") != parts.end();
+        }
+        const bool wanted =
+            std::any_of(m_netlist.analyses.begin(), m_netlist.analyses.end(),
+                        [](const Card& card) { return card.text.starts_with(".sp ") || card.text == ".sp"; });
+        if (!wanted || ports != 1)
+            return;
+        const NetlistLine end = m_netlist.lines.back();
+        m_netlist.lines.back().text = fmt::format("v{0} {0} 0 dc 0 portnum 2 z0 50", second_port);
+        m_netlist.lines.push_back({fmt::format("r{0} {0} 0 50", second_port), end.file, end.line});
+        m_netlist.lines.push_back(end);
+        m_has_second_port = true;
+    }
+
     void load() {
+        add_second_port();
         std::vector<char*> lines;
         lines.reserve(m_netlist.lines.size() + 1);
         for (NetlistLine& line : m_netlist.lines)
@@ -125,7 +150,8 @@ private:
                 if (is_analysis(keyword))
                     add_analysis(keyword, std::string(line), used[keyword]++);
             } else if (line.find("portnum") != line.npos) {
-                add_port(line);
+                if (line.find(second_port) == line.npos)
+                    add_port(line);
             } else if (line.starts_with("bpa_")) {
                 // The simulator's own node for an expression of a .meas line, which a list of nodes to keep
                 // would leave out.
@@ -191,12 +217,15 @@ private:
         }
         m_simulator.command("set sim_status=77");
         m_simulator.command(analysis.command);
-        const int code = status();
+        int code = m_gave_up ? static_cast<int>(CKT_ANALYSIS_FAILED) : status();
         m_text.flush();
-        if (code == CKT_GOOD)
-            write(analysis);
-        else
+        if (code != CKT_GOOD) {
             tell_failure(analysis);
+        } else if (!write(analysis)) {
+            m_messages.error(
+                fmt::format("{}: the analysis \".{}\" gave no points", analysis.place, analysis.command));
+            code = CKT_ANALYSIS_FAILED;
+        }
         m_simulator.command("destroy all");
         m_progress.end_analysis();
         return code;
@@ -218,7 +247,18 @@ private:
                                      reason.empty() ? "" : ": ", reason));
     }
 
-    void write(const Analysis& analysis) {
+    // A vector of what was added to the circuit.
+    bool is_aid(std::string_view name) const {
+        const bool of_matrix = name.starts_with("S_") || name.starts_with("Y_") || name.starts_with("Z_");
+        if (m_has_second_port &&
+            ((of_matrix && !name.ends_with("_1_1")) || name.find(second_port) != name.npos))
+            return true;
+        return std::any_of(m_measured.begin(), m_measured.end(),
+                           [&](const std::string& node) { return name == "v(" + node + ')'; });
+    }
+
+    // False if the analysis has no results.
+    bool write(const Analysis& analysis) {
         std::vector<ResultPlot> plots;
         std::vector<std::string> ids = m_simulator.plots();
         std::reverse(ids.begin(), ids.end());
@@ -227,15 +267,12 @@ private:
             if (header == m_headers.end())
                 continue;
             plots.push_back(collect_plot(m_simulator, id));
-            std::erase_if(plots.back().vectors, [&](const ResultVector& vector) {
-                return std::any_of(m_measured.begin(), m_measured.end(),
-                                   [&](const std::string& node) { return vector.name == "v(" + node + ')'; });
-            });
-            plots.back().title = header->second.title;
-            plots.back().date = header->second.date;
-            plots.back().name = header->second.name;
+            std::erase_if(plots.back().vectors,
+                          [&](const ResultVector& vector) { return is_aid(vector.name); });
         }
+        std::erase_if(plots, [](const ResultPlot& plot) { return plot.vectors.empty(); });
         m_results.add(analysis, plots, analysis.kind == "sp" ? m_ports : std::vector<Port>());
+        return !plots.empty();
     }
 
     void text(std::string_view line) noexcept override { m_text.take(line); }
@@ -263,6 +300,7 @@ private:
     std::vector<Port> m_ports;
     std::vector<std::string> m_measured;         // nodes
     std::map<std::string, PlotHeader> m_headers; // of the running analysis, by the plot's id
+    bool m_has_second_port = false;
     bool m_loaded = false;
     bool m_gave_up = false;
     Simulator m_simulator; // last: it talks to the others until it is unloaded

@@ -50,8 +50,6 @@ void Results::add(const Analysis& analysis, const std::vector<ResultPlot>& plots
         return count == 1 ? std::string() : before + std::to_string(count);
     };
     for (const ResultPlot& plot : plots) {
-        if (plot.vectors.empty())
-            continue;
         write_raw(*m_raw, plot);
         std::string kind = analysis.kind;
         if (plot.name == "Integrated Noise")
