@@ -1,5 +1,6 @@
 // kelda, the command-line client.
 
+#include "block_command.h"
 #include "exit_status.h"
 #include "output.h"
 #include "run_command.h"
@@ -38,6 +39,7 @@ int Main(int argc, char** argv) {
     app.footer(kExamples);
     int status = kDone;
     AddRunCommand(app, status);
+    AddBlockCommand(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& wish) { // help or the version is asked for

@@ -15,6 +15,8 @@ std::size_t Utf8Length(std::u16string_view text);
 void AppendUtf8(std::u16string_view text, std::string& out);
 // Bytes that are no UTF-8 become U+FFFD, one each.
 void AppendUtf16(std::string_view bytes, std::u16string& out);
+// Where the first byte is that AppendUtf16 would replace; npos if there is none.
+std::size_t FindInvalidUtf8(std::string_view bytes);
 
 // Bytes that a number takes behind its tag, with the zero bytes cut off: at the high end of an integer, at
 // the low end of a double. At least 1.

@@ -13,6 +13,30 @@ bool IsTrail(wchar16 unit) {
     return (unit & 0xFC00) == 0xDC00;
 }
 
+std::size_t PlainRun(std::string_view bytes, std::size_t from) {
+    std::size_t i = from;
+    while (i < bytes.size() && static_cast<unsigned char>(bytes[i]) < 0x80)
+        ++i;
+    return i - from;
+}
+
+// The length of the sequence at `at` and the character that it stands for; 0 for a sequence that is damaged.
+std::size_t Sequence(std::string_view bytes, std::size_t at, std::uint32_t& point) {
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(bytes[at + i]); };
+    const std::uint32_t first = byte(0);
+    const std::size_t tail = first < 0xC2 ? 0 : first < 0xE0 ? 1 : first < 0xF0 ? 2 : first < 0xF5 ? 3 : 0;
+    if (tail == 0 || bytes.size() - at <= tail)
+        return 0;
+    point = first & (0x3Fu >> tail);
+    for (std::size_t i = 1; i <= tail; ++i) {
+        if ((byte(i) & 0xC0) != 0x80)
+            return 0;
+        point = point << 6 | (byte(i) & 0x3Fu);
+    }
+    static constexpr std::uint32_t kLeast[] = {0, 0x80, 0x800, 0x10000};
+    return point < kLeast[tail] || point > 0x10FFFF ? 0 : tail + 1;
+}
+
 } // namespace
 
 std::size_t Utf8Length(std::u16string_view text) {
@@ -56,25 +80,17 @@ void AppendUtf8(std::u16string_view text, std::string& out) {
 }
 
 void AppendUtf16(std::string_view bytes, std::u16string& out) {
-    const auto at = [&bytes](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
     std::size_t i = 0;
     while (i < bytes.size()) {
-        const std::uint32_t first = at(i);
-        if (first < 0x80) {
-            out += static_cast<wchar16>(first);
-            ++i;
-            continue;
-        }
-        const int count = first < 0xC2 ? 0 : first < 0xE0 ? 1 : first < 0xF0 ? 2 : first < 0xF5 ? 3 : 0;
-        std::uint32_t point = first & (0x3Fu >> count);
-        int taken = 0;
-        while (taken < count && i + 1 + static_cast<std::size_t>(taken) < bytes.size() &&
-               (at(i + 1 + static_cast<std::size_t>(taken)) & 0xC0) == 0x80) {
-            point = point << 6 | (at(i + 1 + static_cast<std::size_t>(taken)) & 0x3F);
-            ++taken;
-        }
-        static constexpr std::uint32_t kLeast[] = {0, 0x80, 0x800, 0x10000};
-        if (count == 0 || taken < count || point < kLeast[count] || point > 0x10FFFF) {
+        const std::size_t plain = PlainRun(bytes, i);
+        out.append(bytes.begin() + static_cast<std::ptrdiff_t>(i),
+                   bytes.begin() + static_cast<std::ptrdiff_t>(i + plain));
+        i += plain;
+        if (i == bytes.size())
+            break;
+        std::uint32_t point = 0;
+        const std::size_t length = Sequence(bytes, i, point);
+        if (length == 0) {
             out += u'\uFFFD';
             ++i;
             continue;
@@ -85,8 +101,20 @@ void AppendUtf16(std::string_view bytes, std::u16string& out) {
         } else {
             out += static_cast<wchar16>(point);
         }
-        i += 1 + static_cast<std::size_t>(count);
+        i += length;
     }
+}
+
+std::size_t FindInvalidUtf8(std::string_view bytes) {
+    std::size_t i = 0;
+    while ((i += PlainRun(bytes, i)) < bytes.size()) {
+        std::uint32_t point = 0;
+        const std::size_t length = Sequence(bytes, i, point);
+        if (length == 0)
+            return i;
+        i += length;
+    }
+    return std::string_view::npos;
 }
 
 int TrimmedIntegerLength(std::uint32_t value) {
