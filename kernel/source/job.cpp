@@ -266,11 +266,14 @@ private:
             const auto header = m_headers.find(id);
             if (header == m_headers.end())
                 continue;
-            plots.push_back(collect_plot(m_simulator, id));
-            std::erase_if(plots.back().vectors,
-                          [&](const ResultVector& vector) { return is_aid(vector.name); });
+            ResultPlot plot = collect_plot(m_simulator, id);
+            std::erase_if(plot.vectors, [&](const ResultVector& vector) { return is_aid(vector.name); });
+            plot.title = header->second.title;
+            plot.date = header->second.date;
+            plot.name = header->second.name;
+            if (!plot.vectors.empty())
+                plots.push_back(std::move(plot));
         }
-        std::erase_if(plots, [](const ResultPlot& plot) { return plot.vectors.empty(); });
         m_results.add(analysis, plots, analysis.kind == "sp" ? m_ports : std::vector<Port>());
         return !plots.empty();
     }

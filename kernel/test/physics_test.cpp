@@ -240,7 +240,8 @@ TEST_F(Physics, ASinglePortHasItsReflection) {
         const Complex z(25, 2 * pi * data.frequencies[f] * 1e-6);
         EXPECT_LT(std::abs((z - 50.0) / (z + 50.0) - data.matrices[f][0]), 1e-9);
     }
-    for (const std::string& heading : table("t.sp.csv").headings())
+    const Table csv = table("t.sp.csv");
+    for (const std::string& heading : csv.headings())
         for (const char* other : {"_2", "second"})
             EXPECT_EQ(std::string::npos, heading.find(other)) << heading << ": there is no other port";
 }
