@@ -17,6 +17,6 @@ struct MessageText {
     AString text; // what there is to show: the built text or, where none was built, the plain text it carries
 };
 
-// False where `form` holds no whole message; `message` is then untouched. Arguments may stand in any order,
-// and those that say nothing here are passed over.
+// False where `form` holds no message with a text; `message` is then untouched. Arguments may stand in any
+// order, and those that say nothing here are passed over.
 bool ReadMessageText(std::u16string_view form, MessageText& message);

@@ -19,6 +19,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -102,6 +103,13 @@ private:
     std::vector<char*> m_Pointers;
 };
 
+// To one process: 0 and -1, which stand for many, mean that there is none.
+inline void SendSignal(pid_t process, int number) {
+    EXPECT_GT(process, 0) << "no process to send a signal to";
+    if (process > 0)
+        kill(process, number);
+}
+
 struct Spawn {
     Words arguments;
     Environment environment = {};
@@ -152,17 +160,18 @@ public:
         EnvironmentBlock environment(spawn.environment);
         int error =
             posix_spawn(&m_Process, KELDA_PROGRAM, &actions, &attributes, pointers.data(), environment.Get());
-        EXPECT_EQ(error, 0);
         for (int number : spawn.ignoredSignals)
             signal(number, SIG_DFL);
         posix_spawnattr_destroy(&attributes);
         posix_spawn_file_actions_destroy(&actions);
+        if (error != 0)
+            throw std::system_error(error, std::system_category(), KELDA_PROGRAM);
     }
     KeldaProcess(const KeldaProcess&) = delete;
     KeldaProcess& operator=(const KeldaProcess&) = delete;
     ~KeldaProcess() {
         if (!m_Waited) {
-            kill(m_Process, SIGKILL);
+            SendSignal(m_Process, SIGKILL);
             waitpid(m_Process, nullptr, 0);
         }
     }
@@ -171,14 +180,14 @@ public:
     int Wait() {
         EXPECT_TRUE(Eventually([&] { return IsGone(m_Process); })) << "kelda doesn't end; it says " << Err();
         if (!IsGone(m_Process))
-            kill(m_Process, SIGKILL);
+            SendSignal(m_Process, SIGKILL);
         int status = 0;
         waitpid(m_Process, &status, 0);
         m_Waited = true;
         return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
     }
 
-    void Signal(int number) { kill(m_Process, number); }
+    void Signal(int number) { SendSignal(m_Process, number); }
 
     // Waits for the engine and gives its process.
     pid_t Engine() {

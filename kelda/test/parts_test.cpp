@@ -46,11 +46,13 @@ TEST(MessageTextTest, ShowsTheBuiltTextElseThePlainOneWhateverStandsAroundIt) {
     }
 }
 
-TEST(MessageTextTest, RefusesWhatIsNoWholeMessage) {
+TEST(MessageTextTest, RefusesWhatIsNoMessage) {
     AString whole = MessageForm(u"severity=1, istransformed=true, maxargno=0, stringarg0='a\\'b'");
     MessageText message;
-    for (std::size_t length = 0; length < whole.find(u")\n"); ++length)
+    for (std::size_t length = 0; length <= whole.find(u"'a"); ++length)
         EXPECT_FALSE(ReadMessageText(whole.substr(0, length), message)) << length;
+    for (std::u16string_view other : {u"", u"text", u"$begin 'message'\n$end 'message'\n"})
+        EXPECT_FALSE(ReadMessageText(other, message));
     EXPECT_FALSE(ReadMessageText(MessageForm(u"severity=1"), message));
     EXPECT_EQ(message.severity, kSeverityInformation);
     EXPECT_TRUE(ReadMessageText(whole, message));
