@@ -281,8 +281,9 @@ TEST_F(EngineProcessTest, ALostEngineIsReportedWithItsReasonAndTheNextCallFindsA
         if (rows[i].kill) {
             ASSERT_TRUE(AwaitFile("started"));
             Remove("started");
-            ASSERT_GT(EngineProcess(), 0);
-            kill(EngineProcess(), rows[i].kill);
+            pid_t process = EngineProcess();
+            ASSERT_GT(process, 0);
+            kill(process, rows[i].kill);
         }
         ASSERT_TRUE(Eventually([&] { return Lost().size() == i + 1; }));
         kelda::LostEngine lost = Lost().back();

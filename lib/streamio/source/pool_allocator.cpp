@@ -1,5 +1,6 @@
 #include <streamio/pool_allocator.h>
 
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <cstdlib>
@@ -49,6 +50,14 @@ constexpr std::size_t SizeOf(std::size_t index) {
 static_assert(SizeOf(ClassOf(1)) == 16 && SizeOf(ClassOf(512)) == 512 && SizeOf(ClassOf(513)) == 640);
 static_assert(SizeOf(ClassOf(8192)) == 8192 && SizeOf(ClassOf(kLargest)) == kLargest);
 static_assert(ClassOf(kLargest) == kClasses - 1);
+
+// By class, how many blocks a thread keeps.
+constexpr auto kKeepCounts = [] {
+    std::array<std::uint32_t, kClasses> counts{};
+    for (std::size_t i = 0; i < kClasses; ++i)
+        counts[i] = static_cast<std::uint32_t>(kKeepBytes / SizeOf(i));
+    return counts;
+}();
 
 struct FreeBlock {
     FreeBlock* next;
@@ -210,7 +219,7 @@ void PoolFree(void* block, std::size_t size) noexcept {
     const std::size_t index = ClassOf(size);
     if (ThreadCache* cache = tCache) [[likely]] {
         FreeList& list = cache->lists[index];
-        if (list.count * SizeOf(index) < kKeepBytes) [[likely]] {
+        if (list.count < kKeepCounts[index]) [[likely]] {
             list.Push(block);
             return;
         }
