@@ -14,6 +14,7 @@
 #include <clocale>
 #include <filesystem>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <map>
 #include <new>
 #include <optional>
@@ -202,6 +203,18 @@ private:
                            fmt::format("{}: \".{}\": {}", analysis.place, analysis.command, fault));
     }
 
+    // In parts, for the simulator overruns its memory on commands of many words.
+    void save(const Card& card) {
+        constexpr std::size_t most = 100;
+        const auto names = words(card.text);
+        for (std::size_t begin = 1; begin < names.size(); begin += most)
+            m_simulator.command(fmt::format(
+                "save {}",
+                fmt::join(names.begin() + static_cast<std::ptrdiff_t>(begin),
+                          names.begin() + static_cast<std::ptrdiff_t>(std::min(begin + most, names.size())),
+                          " ")));
+    }
+
     int run(const Analysis& analysis) {
         m_messages.begin_section();
         m_text.begin_analysis(analysis.place);
@@ -210,8 +223,8 @@ private:
         // The noise analyses' vectors are their own: a list of node voltages to keep would leave them none.
         m_simulator.command("delete all");
         if (analysis.kind != "noise" && !m_netlist.saves.empty()) {
-            for (const Card& save : m_netlist.saves)
-                m_simulator.command(save.text.substr(1));
+            for (const Card& card : m_netlist.saves)
+                save(card);
             for (const std::string& node : m_measured)
                 m_simulator.command("save v(" + node + ')');
         }

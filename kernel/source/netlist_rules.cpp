@@ -68,8 +68,17 @@ public:
             error(open, "this .subckt has no .ends");
         for (const Card& card : m_netlist.analyses) {
             check_arguments(card);
+            constexpr std::size_t most = 100;
+            if (const std::size_t count = words(card.text).size(); count > most)
+                error(card, fmt::format("an analysis of {} words, {} at most are expected", count, most));
+            // Each of these ends the simulator's process.
             if (m_bipolar && card.text.starts_with(".sens"))
                 error(card, "the simulator can't do \".sens\" of a circuit with bipolar transistors");
+            if (m_nodeset && card.text.starts_with(".tf"))
+                error(card, "the simulator can't do \".tf\" of a circuit with a \".nodeset\"");
+            if (!m_stores && card.text.starts_with(".pz"))
+                error(card,
+                      "a circuit without a capacitor, a coil or a semiconductor has no poles and zeros");
         }
         for (const Card& card : m_netlist.saves)
             check_arguments(card);
@@ -82,6 +91,8 @@ private:
     Messages& m_messages;
     std::vector<std::size_t> m_subcircuits; // open ones
     bool m_bipolar = false;
+    bool m_nodeset = false;
+    bool m_stores = false; // may hold energy
     int m_errors = 0;
 
     void error(std::size_t line, const std::string& text) { error_at(m_netlist.where(line), text); }
@@ -104,6 +115,8 @@ private:
                 error(line, ".ends without a .subckt");
             else
                 m_subcircuits.pop_back();
+        } else if (parts.front() == ".nodeset") {
+            m_nodeset = true;
         } else if (parts.front().starts_with(".model") && (parts.front() != ".model" || parts.size() < 3)) {
             // The simulator takes any command that begins so for this one.
             error(line, fmt::format("\"{}\" is too short, expected \".model NAME KIND\"", text));
@@ -119,8 +132,9 @@ private:
                          [&](const DeviceRule& candidate) { return candidate.letter == text.front(); });
         if (rule != std::end(device_rules) && parts.size() < rule->least)
             error(line, fmt::format("\"{}\" is too short, expected \"{}\"", text, rule->form));
-        if (text.front() == 'q')
-            m_bipolar = true;
+        m_bipolar = m_bipolar || text.front() == 'q';
+        m_stores =
+            m_stores || std::string_view("acldjmnopqtuyz").find(text.front()) != std::string_view::npos;
         if (text.front() == 'a')
             code_model(line, text);
         if ((text.front() == 'v' || text.front() == 'i') &&
@@ -141,12 +155,15 @@ private:
     // These lines become commands of the simulator, where such characters would begin another command, run a
     // shell command, or write a file.
     void check_arguments(const Card& card) {
+        constexpr std::size_t longest = 400; // the simulator keeps a word in a buffer a little larger
+        for (const std::string_view word : words(card.text))
+            if (word.size() > longest)
+                error(card,
+                      fmt::format("a word has {} characters, {} at most are expected", word.size(), longest));
         const std::size_t bad = card.text.find_first_of(";`<>|&!\\$\"~?");
         if (bad == card.text.npos)
             return;
-        m_messages.error(fmt::format("{}: '{}' isn't allowed in \"{}\"",
-                                     m_netlist.where(card.file, card.line), card.text[bad], card.text));
-        ++m_errors;
+        error(card, fmt::format("'{}' isn't allowed in \"{}\"", card.text[bad], card.text));
     }
 };
 

@@ -105,6 +105,8 @@ INSTANTIATE_TEST_SUITE_P(
         BadInput{"sweep backwards", good + ".ac dec 3 10 1\n", CKT_ANALYSIS_FAILED, CKT_ERROR,
                  "t.cir:4: the analysis \".ac dec 3 10 1\" gave no points"},
         BadInput{"no end", good + ".tran 1u\n", CKT_BAD_NETLIST, CKT_ERROR, "t.cir:4: TSTOP is invalid"},
+        BadInput{"long word", good + ".tran 1u" + std::string(2000, 'x') + " 1m\n", CKT_BAD_NETLIST,
+                 CKT_ERROR, "t.cir:4: a word has 2002 characters, 400 at most are expected"},
         BadInput{"no step", good + ".dc V1 0 1 0\n", CKT_BAD_NETLIST, CKT_ERROR,
                  "t.cir:4: \".dc v1 0 1 0\": the step of \"v1\" is 0"},
         BadInput{"sweep of nothing", good + ".dc V9 0 1 0.1\n", CKT_ANALYSIS_FAILED, CKT_ERROR,
@@ -125,7 +127,11 @@ INSTANTIATE_TEST_SUITE_P(
         BadInput{"loop of sources", source + "V2 a 0 2\n.op\n", CKT_ANALYSIS_FAILED, CKT_ERROR,
                  "t.cir:4: the analysis \".op\" failed: no operating point was found; singular matrix"},
         BadInput{"sensitivity with a transistor", source + "Q1 a a 0 m\n.model m npn\n.sens v(a)\n",
-                 CKT_BAD_NETLIST, CKT_ERROR, "t.cir:5: the simulator can't do \".sens\""}));
+                 CKT_BAD_NETLIST, CKT_ERROR, "t.cir:5: the simulator can't do \".sens\""},
+        BadInput{"transfer function with a guess", good + ".nodeset v(a)=1\n.tf v(a) V1\n", CKT_BAD_NETLIST,
+                 CKT_ERROR, "t.cir:5: the simulator can't do \".tf\""},
+        BadInput{"poles of resistors", good + ".pz a 0 a 0 vol pol\n", CKT_BAD_NETLIST, CKT_ERROR,
+                 "t.cir:4: a circuit without a capacitor"}));
 
 // What would leave the simulator: run a program, write a file, end the process.
 INSTANTIATE_TEST_SUITE_P(Escapes, BadNetlist,

@@ -87,6 +87,20 @@ TEST_F(Job, TheRawFileHoldsTheBitsOfTheTable) {
         }
 }
 
+TEST_F(Job, AListOfVectorsToSaveMayBeLong) {
+    std::string netlist = divider + ".tran 1u 10u\n.save";
+    for (int i = 0; i < 1500; ++i)
+        netlist += fmt::format(" v(n{})", i);
+    netlist += '\n';
+    for (int i = 0; i < 1500; ++i)
+        netlist += fmt::format("R_{0} in n{0} 1k\nRg_{0} n{0} 0 1k\n", i);
+    ASSERT_EQ(CKT_GOOD, run_text(netlist)) << all_told();
+    const Table csv = table("t.tran.csv");
+    ASSERT_EQ(1501u, csv.headings().size());
+    EXPECT_EQ("v(n1499) [V]", csv.headings().back());
+    EXPECT_NEAR(1, csv["v(n1499) [V]"].back(), 1e-9);
+}
+
 TEST_F(Job, MeasurementsAreToldEvenIfTheirVectorsAreNotSaved) {
     ASSERT_EQ(CKT_GOOD, run_text(divider + ".tran 1u 100u\n.save v(in)\n"
                                            ".meas tran doubled avg par('2*v(in)') from=10u to=90u\n"))
