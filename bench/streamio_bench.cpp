@@ -30,7 +30,9 @@ using Clock = std::chrono::steady_clock;
 
 int gRounds = 15;
 
-AString Wide(const std::string& text) { return AString(std::u16string(text.begin(), text.end())); }
+AString Wide(const std::string& text) {
+    return AString(std::u16string(text.begin(), text.end()));
+}
 
 struct Document {
     std::string name;
@@ -66,19 +68,24 @@ Document MakeNetwork(const std::string& name, int ports, int points) {
 }
 
 Document MakeMessage() {
-    return {"message",
-            Wide("$begin Message\n\tMessageID=1047\n\tSeverity='warning'\n\tText='The port has no reference "
-                 "impedance'\n\tSource('Solver', line=118, file='filter.cir')\n\tTime=1732452000\n\tProgress=0.35\n"
-                 "\tArgs('P1', 50, 0.0125)\n\tCanBeIgnored=true\n\t$begin Origin\n\t\tJob=12\n\t\tDesign='Filter3'\n"
-                 "\t$end Origin\n$end Message\n"),
-            "{\"MessageID\":1047,\"Severity\":\"warning\",\"Text\":\"The port has no reference impedance\","
-            "\"Source\":[\"Solver\",{\"line\":118},{\"file\":\"filter.cir\"}],\"Time\":1732452000,\"Progress\":0.35,"
-            "\"Args\":[\"P1\",50,0.0125],\"CanBeIgnored\":true,\"Origin\":{\"Job\":12,\"Design\":\"Filter3\"}}",
-            9};
+    return {
+        "message",
+        Wide("$begin Message\n\tMessageID=1047\n\tSeverity='warning'\n\tText='The port has no reference "
+             "impedance'\n\tSource('Solver', line=118, "
+             "file='filter.cir')\n\tTime=1732452000\n\tProgress=0.35\n"
+             "\tArgs('P1', 50, 0.0125)\n\tCanBeIgnored=true\n\t$begin "
+             "Origin\n\t\tJob=12\n\t\tDesign='Filter3'\n"
+             "\t$end Origin\n$end Message\n"),
+        "{\"MessageID\":1047,\"Severity\":\"warning\",\"Text\":\"The port has no reference impedance\","
+        "\"Source\":[\"Solver\",{\"line\":118},{\"file\":\"filter.cir\"}],\"Time\":1732452000,\"Progress\":0."
+        "35,"
+        "\"Args\":[\"P1\",50,0.0125],\"CanBeIgnored\":true,\"Origin\":{\"Job\":12,\"Design\":\"Filter3\"}}",
+        9};
 }
 
 double Median(std::vector<double> times) {
-    std::nth_element(times.begin(), times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2), times.end());
+    std::nth_element(times.begin(), times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2),
+                     times.end());
     return times[times.size() / 2];
 }
 
@@ -147,8 +154,11 @@ void CompareDocument(const Document& document, int repeat) {
         rapidjson::Document tree;
         ParseJson(document, tree);
     };
-    Compare(title("text to tree"), [&] { ParseBlock(document, 0); }, json, repeat);
-    Compare(title("text to tree, no source text"), [&] { ParseBlock(document, io::kDropSourceText); }, json, repeat);
+    Compare(
+        title("text to tree"), [&] { ParseBlock(document, 0); }, json, repeat);
+    Compare(
+        title("text to tree, no source text"), [&] { ParseBlock(document, io::kDropSourceText); }, json,
+        repeat);
 
     io::CBlock kept;
     kept.FromText(document.block);
@@ -171,8 +181,10 @@ void CompareDocument(const Document& document, int repeat) {
         if (from.ToText(text, 0, 16).empty())
             std::abort();
     };
-    Compare(title("tree to text, 16 digits"), [&] { write(block); }, writeJson, repeat);
-    Compare(title("tree to text, kept digits"), [&] { write(kept); }, writeJson, repeat);
+    Compare(
+        title("tree to text, 16 digits"), [&] { write(block); }, writeJson, repeat);
+    Compare(
+        title("tree to text, kept digits"), [&] { write(kept); }, writeJson, repeat);
 
     AString binary;
     block.ToBinaryText(binary);
@@ -242,16 +254,20 @@ void CompareMemory(const Document& document) {
     const auto ours = [&](std::uint32_t flags) {
         return static_cast<double>(Allocated([&] {
             auto* block = new io::CBlock;
-            io::CToken_istring s(io::CToken_istring::InPlace{document.block}, &io::DefaultTokenGrammar(), flags);
+            io::CToken_istring s(io::CToken_istring::InPlace{document.block}, &io::DefaultTokenGrammar(),
+                                 flags);
             block->Read(s);
         }));
     };
-    const double json = static_cast<double>(Allocated([&] { ParseJson(document, *new rapidjson::Document); }));
-    for (const auto& [what, flags] : {std::pair{"source text dropped", static_cast<std::uint32_t>(io::kDropSourceText)},
-                                      std::pair{"source text kept", std::uint32_t{0}}}) {
+    const double json =
+        static_cast<double>(Allocated([&] { ParseJson(document, *new rapidjson::Document); }));
+    for (const auto& [what, flags] :
+         {std::pair{"source text dropped", static_cast<std::uint32_t>(io::kDropSourceText)},
+          std::pair{"source text kept", std::uint32_t{0}}}) {
         const double bytes = ours(flags);
-        fmt::print("{:<44} {:>10.1f} B  {:>10.1f} B    ratio {:.2f}\n", document.name + ": memory a number, " + what,
-                   bytes / numbers, json / numbers, bytes / json);
+        fmt::print("{:<44} {:>10.1f} B  {:>10.1f} B    ratio {:.2f}\n",
+                   document.name + ": memory a number, " + what, bytes / numbers, json / numbers,
+                   bytes / json);
     }
 }
 
@@ -263,8 +279,10 @@ void CompareSizes() {
         for (int round = 0; round < std::max(3, gRounds / 3); ++round)
             times.push_back(Seconds([&] { ParseBlock(document, 0); }, 7000 / points));
         perByte.push_back(1e9 * Median(times) / static_cast<double>(document.block.size()));
-        fmt::print("{:<44} {:>10.3f} ns\n", fmt::format("parse time a byte, {:.0f} MB", 1e-6 * static_cast<double>(document.block.size())),
-                   perByte.back());
+        fmt::print(
+            "{:<44} {:>10.3f} ns\n",
+            fmt::format("parse time a byte, {:.0f} MB", 1e-6 * static_cast<double>(document.block.size())),
+            perByte.back());
     }
     const auto [least, most] = std::minmax_element(perByte.begin(), perByte.end());
     fmt::print("{:<44} {:>28} ratio {:.2f}\n", "slowest over fastest", "", *most / *least);
@@ -285,7 +303,9 @@ void CompareIndex() {
     }
     io::CToken_istring indexed(io::CToken_istring::InPlace{text}, &io::DefaultTokenGrammar(), io::kUseIndex);
     std::mt19937 random(1);
-    const auto name = [&] { return Wide("Block" + std::to_string(kBlocks / 2 + static_cast<int>(random() % (kBlocks / 2)))); };
+    const auto name = [&] {
+        return Wide("Block" + std::to_string(kBlocks / 2 + static_cast<int>(random() % (kBlocks / 2))));
+    };
     const auto seek = [&] {
         io::CBlock block;
         if (!indexed.SeekToIndexEntry(name()))
@@ -293,29 +313,32 @@ void CompareIndex() {
         block.Read(indexed);
     };
     seek(); // the first one makes the index of names
-    Compare("one of 100,000 blocks: loaded index, scan", seek,
-            [&] {
-                io::CToken_istring s(io::CToken_istring::InPlace{text}, &io::DefaultTokenGrammar());
-                io::CBlock block;
-                if (!s.SkipToBlock(name()))
-                    std::abort();
-                block.Read(s);
-            },
-            1);
-    Compare("one of 100,000 blocks: index read anew, scan",
-            [&] {
-                io::CToken_istring s(io::CToken_istring::InPlace{text}, &io::DefaultTokenGrammar(), io::kUseIndex);
-                io::CBlock block;
-                if (!s.SeekToIndexEntry(name()))
-                    std::abort();
-                block.Read(s);
-            },
-            [&] {
-                io::CToken_istring s(io::CToken_istring::InPlace{text}, &io::DefaultTokenGrammar());
-                if (!s.SkipToBlock(name()))
-                    std::abort();
-            },
-            1);
+    Compare(
+        "one of 100,000 blocks: loaded index, scan", seek,
+        [&] {
+            io::CToken_istring s(io::CToken_istring::InPlace{text}, &io::DefaultTokenGrammar());
+            io::CBlock block;
+            if (!s.SkipToBlock(name()))
+                std::abort();
+            block.Read(s);
+        },
+        1);
+    Compare(
+        "one of 100,000 blocks: index read anew, scan",
+        [&] {
+            io::CToken_istring s(io::CToken_istring::InPlace{text}, &io::DefaultTokenGrammar(),
+                                 io::kUseIndex);
+            io::CBlock block;
+            if (!s.SeekToIndexEntry(name()))
+                std::abort();
+            block.Read(s);
+        },
+        [&] {
+            io::CToken_istring s(io::CToken_istring::InPlace{text}, &io::DefaultTokenGrammar());
+            if (!s.SkipToBlock(name()))
+                std::abort();
+        },
+        1);
 }
 
 } // namespace
