@@ -349,7 +349,8 @@ TEST_F(RunTest, ATerminalShowsABarAndColoursUnlessTheyAreNotWanted) {
     EXPECT_TRUE(Holds(shown, "\x1b[1;31merror: \x1b[0mbad\r\n")) << shown;
     EXPECT_TRUE(shown.ends_with("/r/x.csv\r\n")) << shown;
     // The bar is taken away before anything else is written.
-    EXPECT_TRUE(Holds(shown, "\r\x1b[Kdone in ")) << shown;
+    EXPECT_TRUE(Holds(shown, "\r\x1b[K\x1b[1;31merror: ")) << shown;
+    EXPECT_TRUE(Holds(shown, "done in ")) << shown;
 
     shown = show({}, 20);
     EXPECT_TRUE(Holds(shown, "\r100 %  0:0") && !Holds(shown, "#")) << shown;

@@ -203,16 +203,11 @@ private:
                            fmt::format("{}: \".{}\": {}", analysis.place, analysis.command, fault));
     }
 
-    // In parts, for the simulator overruns its memory on commands of many words.
+    // One name a command: the simulator overruns its memory on commands of many words.
     void save(const Card& card) {
-        constexpr std::size_t most = 100;
         const auto names = words(card.text);
-        for (std::size_t begin = 1; begin < names.size(); begin += most)
-            m_simulator.command(fmt::format(
-                "save {}",
-                fmt::join(names.begin() + static_cast<std::ptrdiff_t>(begin),
-                          names.begin() + static_cast<std::ptrdiff_t>(std::min(begin + most, names.size())),
-                          " ")));
+        for (std::size_t i = 1; i < names.size(); ++i)
+            m_simulator.command(fmt::format("save {}", names[i]));
     }
 
     int run(const Analysis& analysis) {
