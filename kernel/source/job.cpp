@@ -12,9 +12,11 @@
 
 #include <algorithm>
 #include <clocale>
+#include <cmath>
 #include <filesystem>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <limits>
 #include <map>
 #include <new>
 #include <optional>
@@ -173,12 +175,12 @@ private:
 
     void add_port(std::string_view line) {
         const auto parts = tokens(line);
-        Port port;
+        Port port{0, std::numeric_limits<double>::quiet_NaN()};
         for (std::size_t i = 0; i + 1 < parts.size(); ++i) {
             if (parts[i] == "portnum")
                 port.number = static_cast<int>(spice_number(parts[i + 1]).value_or(0));
             else if (parts[i] == "z0")
-                port.impedance = spice_number(parts[i + 1]).value_or(port.impedance);
+                port.impedance = spice_number(parts[i + 1]).value_or(0);
         }
         m_ports.push_back(port);
     }
@@ -194,7 +196,9 @@ private:
                     fault = fmt::format("the ports have to be numbered 1 to {}, each number once",
                                         m_ports.size());
             for (const Port& port : m_ports)
-                if (!(port.impedance > 0))
+                if (std::isnan(port.impedance)) // the simulator has no value of its own for it
+                    fault = fmt::format("port {} has no z0", port.number);
+                else if (!(port.impedance > 0))
                     fault = fmt::format("port {} has a z0 of {} ohm, more than 0 is expected", port.number,
                                         port.impedance);
         }

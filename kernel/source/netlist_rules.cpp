@@ -64,6 +64,8 @@ public:
                 device(i, text);
             i = end;
         }
+        if (!m_devices && !m_netlist.analyses.empty())
+            error(m_netlist.analyses.front(), "there is nothing to analyse: the circuit has no device");
         for (const std::size_t open : m_subcircuits)
             error(open, "this .subckt has no .ends");
         for (const Card& card : m_netlist.analyses) {
@@ -90,6 +92,7 @@ private:
     Netlist& m_netlist;
     Messages& m_messages;
     std::vector<std::size_t> m_subcircuits; // open ones
+    bool m_devices = false;
     bool m_bipolar = false;
     bool m_nodeset = false;
     bool m_stores = false; // may hold energy
@@ -132,6 +135,7 @@ private:
                          [&](const DeviceRule& candidate) { return candidate.letter == text.front(); });
         if (rule != std::end(device_rules) && parts.size() < rule->least)
             error(line, fmt::format("\"{}\" is too short, expected \"{}\"", text, rule->form));
+        m_devices = true;
         m_bipolar = m_bipolar || text.front() == 'q';
         m_stores =
             m_stores || std::string_view("acldjmnopqtuyz").find(text.front()) != std::string_view::npos;
