@@ -28,14 +28,14 @@ function(tarvok_program name)
     set_property(GLOBAL APPEND PROPERTY TARVOK_PROGRAMS ${name})
 endfunction()
 
-# tarvok_test(NAME SOURCES ... [LIBS targets] [LABELS labels] [DEPENDS targets])
+# tarvok_test(NAME SOURCES ... [LIBS targets] [LABELS labels] [DEPENDS targets] [ENVIRONMENT NAME=VALUE])
 # A GoogleTest program whose cases are ctest's tests. The label "threaded" puts it among those that run under the
 # thread sanitizer as well; the target threaded_tests builds those.
 function(tarvok_test name)
     if(NOT TARVOK_TESTS)
         return()
     endif()
-    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS;DEPENDS" ${ARGN})
+    cmake_parse_arguments(ARG "" "ENVIRONMENT" "SOURCES;LIBS;LABELS;DEPENDS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest_main tarvok_flags)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/test)
@@ -50,7 +50,7 @@ function(tarvok_test name)
     endif()
     gtest_discover_tests(${name}
         DISCOVERY_MODE PRE_TEST
-        PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 300)
+        PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 300 ENVIRONMENT "${ARG_ENVIRONMENT}")
 endfunction()
 
 # tarvok_bench(NAME SOURCES ... [LIBS targets] [DEPENDS targets])

@@ -5,20 +5,32 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <deque>
 #include <thread>
 
 using namespace std::chrono_literals;
 
 namespace {
 
-// A module whose monitor runs; the monitor's thread never ends, so the module stays.
+// A module whose monitor runs. The monitor's thread may outlive the test, so what it uses stays.
 struct Watched {
-    ServerModule& module = *new ServerModule;
-    platform::Event& quit = *new platform::Event(platform::Event::Mode::kManualReset);
+    struct Parts {
+        ServerModule module;
+        platform::Event quit{platform::Event::Mode::kManualReset};
+    };
 
-    explicit Watched(std::chrono::milliseconds grace) {
+    explicit Watched(std::chrono::milliseconds grace) : parts(Kept().emplace_back()) {
         module.StartMonitor([&event = quit] { event.Set(); }, grace);
     }
+
+    static std::deque<Parts>& Kept() {
+        static auto& kept = *new std::deque<Parts>;
+        return kept;
+    }
+
+    Parts& parts;
+    ServerModule& module = parts.module;
+    platform::Event& quit = parts.quit;
 };
 
 TEST(ServerModuleTest, TheLastReleaseEndsTheProcessAndNoEarlierOne) {
