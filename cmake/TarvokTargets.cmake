@@ -48,9 +48,14 @@ function(tarvok_test name)
         endif()
         add_dependencies(threaded_tests ${name})
     endif()
-    gtest_discover_tests(${name}
-        DISCOVERY_MODE PRE_TEST
-        PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 300 ENVIRONMENT "${ARG_ENVIRONMENT}")
+    # Only what has a value: an empty one would take the next name for its own.
+    set(properties TIMEOUT 300)
+    foreach(property IN ITEMS LABELS ENVIRONMENT)
+        if(ARG_${property})
+            list(APPEND properties ${property} "${ARG_${property}}")
+        endif()
+    endforeach()
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES ${properties})
 endfunction()
 
 # tarvok_bench(NAME SOURCES ... [LIBS targets] [DEPENDS targets])
