@@ -104,7 +104,8 @@ std::optional<std::size_t> Netlist::find_device(std::string_view name) const {
         found = device->second;
         // The called subcircuit's name stands last before the parameters.
         scope.clear();
-        for (const std::string_view part : words(card_text(*found))) {
+        const std::string card = card_text(*found);
+        for (const std::string_view part : words(card)) {
             if (part.find('=') != part.npos || part == "params:")
                 break;
             if (m_scopes.contains(std::string(part)))
