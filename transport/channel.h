@@ -88,7 +88,7 @@ private:
     bool SendAll(iovec* parts, std::size_t count);
     Received Receive(IncomingMessage& message);
     Received Fill(std::size_t bytes);
-    Received ReceiveText(BSTR text);
+    Received ReceiveText(platform::UniqueBstr& text, std::size_t length);
     bool Dispatch(IncomingMessage& message);
     void SendReleases();
     Received Damaged(std::string what);

@@ -23,6 +23,10 @@ BSTR SysAllocStringLen(const wchar16* text, std::size_t length);
 // A new BSTR of the text up to its terminator; null for a null text.
 BSTR SysAllocString(const wchar16* text);
 
+// Makes `*text` longer or shorter, keeping what fits; units beyond the old length are left for the caller to fill. False, with
+// the text as it was, where SysAllocStringLen would give null.
+bool SysResizeString(BSTR* text, std::size_t length);
+
 // The number of code units, without the terminator.
 std::size_t SysStringLen(BSTR text);
 

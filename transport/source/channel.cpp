@@ -199,7 +199,7 @@ Channel::Received Channel::Receive(IncomingMessage& message) {
     if ((received = Fill(bytes)) != Received::kFrame)
         return received;
 
-    std::vector<BSTR> following;
+    std::vector<FollowingText> following;
     try {
         auto* words = reinterpret_cast<const capnp::word*>(m_Buffer.get() + m_Begin);
         capnp::FlatArrayMessageReader reader(kj::arrayPtr(words, bytes / sizeof(capnp::word)));
@@ -209,8 +209,8 @@ Channel::Received Channel::Receive(IncomingMessage& message) {
         return Damaged(std::string("a damaged frame: ") + exception.getDescription().cStr());
     }
     m_Begin += bytes;
-    for (BSTR text : following)
-        if ((received = ReceiveText(text)) != Received::kFrame)
+    for (const FollowingText& text : following)
+        if ((received = ReceiveText(*text.place, text.length)) != Received::kFrame)
             return received;
     return Received::kFrame;
 }
@@ -239,21 +239,33 @@ Channel::Received Channel::Fill(std::size_t bytes) {
     return Received::kFrame;
 }
 
-Channel::Received Channel::ReceiveText(BSTR text) {
-    std::size_t bytes = TextBytes(text);
-    std::size_t here = std::min(bytes, m_End - m_Begin);
-    std::memcpy(text, m_Buffer.get() + m_Begin, here);
-    m_Begin += here;
-    auto* at = reinterpret_cast<std::byte*>(text);
-    while (here < bytes) {
-        ssize_t got = recv(m_Socket.Get(), at + here, bytes - here, MSG_WAITALL);
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got <= 0)
-            return Damaged("the end of the stream within a text");
-        here += static_cast<std::size_t>(got);
-        m_Begin = m_End = here % kAlignment;
-    }
+Channel::Received Channel::ReceiveText(platform::UniqueBstr& text, std::size_t length) {
+    // The length is only claimed. What any real text needs is set aside at once, which costs no memory until it is written;
+    // beyond that storage grows with what has arrived.
+    constexpr std::size_t kFirstUnits = std::size_t{128} << 20;
+    const std::size_t bytes = length * sizeof(wchar16);
+    std::size_t here = 0;
+    do {
+        const std::size_t units =
+            std::min(length, std::max(kFirstUnits, here)); // so many as have come, twice
+        if (!SysResizeString(text.Address(), units))
+            return Damaged("a text of " + std::to_string(length) + " units, for which memory is short");
+        auto* at = reinterpret_cast<std::byte*>(text.Get());
+        const std::size_t end = units * sizeof(wchar16);
+        const std::size_t buffered = std::min(end - here, m_End - m_Begin);
+        std::memcpy(at + here, m_Buffer.get() + m_Begin, buffered);
+        m_Begin += buffered;
+        here += buffered;
+        while (here < end) {
+            ssize_t got = recv(m_Socket.Get(), at + here, end - here, MSG_WAITALL);
+            if (got < 0 && errno == EINTR)
+                continue;
+            if (got <= 0)
+                return Damaged("the end of the stream within a text");
+            here += static_cast<std::size_t>(got);
+            m_Begin = m_End = here % kAlignment;
+        }
+    } while (here < bytes);
     Received received = Fill(Padding(bytes));
     m_Begin += received == Received::kFrame ? Padding(bytes) : 0;
     return received;

@@ -32,7 +32,7 @@ private:
 
 class TextReader {
 public:
-    explicit TextReader(std::vector<BSTR>& following) : m_Following(following) {}
+    explicit TextReader(std::vector<FollowingText>& following) : m_Following(following) {}
 
     void operator()(wire::Text::Reader in, platform::UniqueBstr& text) {
         switch (in.which()) {
@@ -48,9 +48,8 @@ public:
             break;
         }
         case wire::Text::FOLLOWING:
-            text = platform::UniqueBstr::Adopt(SysAllocStringLen(nullptr, in.getFollowing()));
-            m_Good &= text.Get() != nullptr;
-            m_Following.push_back(text.Get());
+            m_Good &= in.getFollowing() <= kMaxBstrLength;
+            m_Following.push_back({&text, in.getFollowing()});
             break;
         default:
             m_Good = false;
@@ -60,7 +59,7 @@ public:
     bool Good() const { return m_Good; }
 
 private:
-    std::vector<BSTR>& m_Following;
+    std::vector<FollowingText>& m_Following;
     bool m_Good = true;
 };
 
@@ -151,7 +150,8 @@ void WriteFrame(const OutgoingMessage& message, capnp::MessageBuilder& builder,
     }
 }
 
-bool ReadFrame(capnp::MessageReader& reader, IncomingMessage& message, std::vector<BSTR>& following) {
+bool ReadFrame(capnp::MessageReader& reader, IncomingMessage& message,
+               std::vector<FollowingText>& following) {
     auto frame = reader.getRoot<wire::Frame>();
     TextReader read(following);
     auto& texts = message.texts;

@@ -23,9 +23,14 @@ inline constexpr std::size_t kAlignment = 8;
 // Builds the frame. `following` gets the texts that are to be sent behind it.
 void WriteFrame(const OutgoingMessage& message, capnp::MessageBuilder& builder, std::vector<BSTR>& following);
 
-// Reads a frame. `following` gets the places of the texts behind it, each with its storage and still without
-// its content. False when the frame is of no known kind or memory for a text is short. Throws kj::Exception
-// on a damaged frame.
-bool ReadFrame(capnp::MessageReader& reader, IncomingMessage& message, std::vector<BSTR>& following);
+// A text that stands behind its frame, still to be read.
+struct FollowingText {
+    platform::UniqueBstr* place; // in the message
+    std::size_t length;          // as the frame claims, in units
+};
+
+// Reads a frame. `following` gets the texts behind it; nothing is set aside for them. False when the frame is of no known kind, a
+// text is longer than can be held, or memory is short. Throws kj::Exception on a damaged frame.
+bool ReadFrame(capnp::MessageReader& reader, IncomingMessage& message, std::vector<FollowingText>& following);
 
 } // namespace transport

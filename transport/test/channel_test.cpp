@@ -13,6 +13,7 @@
 
 #include <sys/socket.h>
 
+#include <cstring>
 #include <functional>
 #include <optional>
 #include <random>
@@ -285,6 +286,14 @@ TEST_F(ChannelTest, TextsOfAnyContentAndLengthComeThroughBothWays) {
     });
 }
 
+TEST_F(ChannelTest, ATextLongerThanIsSetAsideAtOnceArrivesWhole) {
+    std::u16string text((std::size_t{128} << 20) + 3, u'a');
+    for (std::size_t i = 0; i < text.size(); i += 65'521)
+        text[i] = static_cast<char16_t>(i);
+    EXPECT_EQ(client->SendCosimPortData(UniqueBstr(text).Get()), S_OK);
+    EXPECT_TRUE(engine.texts == text);
+}
+
 TEST_F(ChannelTest, ManyLongTextsInOneCallArriveEachInItsPlace) {
     auto solution = New<Solution>();
     auto progress = New<Progress>();
@@ -449,6 +458,15 @@ TEST_F(HostileStreamTest, DeclaredSizesAreNotTrusted) {
     EXPECT_EQ(Feed(words({0xFFFFFFFF, 1, 1, 1})), 0) << "four milliards of segments";
     EXPECT_EQ(Feed(words({63, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF})), 0) << "a table that is cut off";
     EXPECT_EQ(Feed(words({0, 0})), 0) << "no root at all";
+    std::string sample = Sample();
+    const std::uint32_t length = 9001;
+    auto claim = sample.find(std::string(reinterpret_cast<const char*>(&length), 4));
+    ASSERT_NE(claim, std::string::npos);
+    for (std::uint32_t claimed :
+         {std::uint32_t{1} << 29, static_cast<std::uint32_t>(kMaxBstrLength), 0xFFFFFFFFu}) {
+        std::memcpy(sample.data() + claim, &claimed, 4);
+        EXPECT_EQ(Feed(sample), 0) << "a text of " << claimed << " units";
+    }
     EXPECT_EQ(Feed(std::string(1 << 20, '\xFF')), 0);
     EXPECT_EQ(Feed(std::string(1 << 20, '\0')), 0);
 }

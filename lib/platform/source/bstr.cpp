@@ -29,22 +29,35 @@ Header* HeaderOf(BSTR text) {
     return reinterpret_cast<Header*>(text) - 1;
 }
 
-} // namespace
-
-BSTR SysAllocStringLen(const wchar16* text, std::size_t length) {
+// Takes the place of an older block, which may be null.
+BSTR Allocate(Header* old, std::size_t length) {
     if (length > kMaxBstrLength)
         return nullptr;
     std::size_t bytes = sizeof(Header) + (length + 1) * sizeof(wchar16);
-    auto* header = static_cast<Header*>(std::malloc(bytes));
+    auto* header = static_cast<Header*>(std::realloc(old, bytes));
     if (!header)
         return nullptr;
     AskForLargePages(header, bytes);
     header->length = length;
     auto* units = reinterpret_cast<BSTR>(header + 1);
-    if (text)
-        std::memcpy(units, text, length * sizeof(wchar16));
     units[length] = 0;
     return units;
+}
+
+} // namespace
+
+BSTR SysAllocStringLen(const wchar16* text, std::size_t length) {
+    BSTR units = Allocate(nullptr, length);
+    if (units && text)
+        std::memcpy(units, text, length * sizeof(wchar16));
+    return units;
+}
+
+bool SysResizeString(BSTR* text, std::size_t length) {
+    BSTR units = Allocate(*text ? HeaderOf(*text) : nullptr, length);
+    if (units)
+        *text = units;
+    return units != nullptr;
 }
 
 BSTR SysAllocString(const wchar16* text) {
