@@ -447,7 +447,8 @@ TEST_F(EngineProcessTest, AnEngineThatCannotBeStartedAgainIsReported) {
 TEST_F(EngineProcessTest, StartedByHandTheServerSaysHowItIsMeantToBeStarted) {
     auto run = [this](const std::string& arguments, std::string& output) {
         std::string file = (m_Folder / "output").string();
-        int status = std::system((TEST_SERVER " " + arguments + " >" + file + " 2>&1 </dev/null").c_str());
+        int status =
+            std::system(("'" TEST_SERVER "' " + arguments + " >'" + file + "' 2>&1 </dev/null").c_str());
         std::ifstream in(file);
         output.assign(std::istreambuf_iterator<char>(in), {});
         return WEXITSTATUS(status);
