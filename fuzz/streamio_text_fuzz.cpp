@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <list>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
@@ -52,6 +53,31 @@ void CompareRoads(const AString& text, const io::CBase_grammar& grammar, std::ui
     } while (!states.Eof());
 }
 
+// A tree read item by item and one read token by token, with their errors.
+void CompareTrees(const AString& text, const io::CBase_grammar& grammar, std::uint32_t flags) {
+    AString texts[2];
+    std::list<AString> errors[2];
+    std::int32_t lines[2];
+    for (bool runs : {false, true}) {
+        io::CToken_istring stream(text, &grammar, flags);
+        auto* buffer = dynamic_cast<io::CToken_textstreambuf*>(stream.GetBuffer());
+        if (!buffer)
+            return; // binary
+        io::CAbstract_stream_pos start;
+        stream.MakeState(start);
+        buffer->SetRuns(runs);
+        Require(stream.SetPosition(start));
+        io::CBlock block;
+        block.Read(stream);
+        block.ToText(texts[runs], 0, 17);
+        block.CollectErrors(errors[runs], true);
+        lines[runs] = stream.GetLineNumber();
+    }
+    Require(texts[0] == texts[1]);
+    Require(errors[0] == errors[1]);
+    Require(lines[0] == lines[1]);
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -65,6 +91,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CompareRoads(text, io::DefaultTokenGrammar(), io::kDropSourceText);
     CompareRoads(text, io::DefaultDelimiterGrammar(), 0);
     CompareRoads(text, OwnGrammar(), 0);
+    CompareTrees(text, io::DefaultTokenGrammar(), 0);
+    CompareTrees(text, io::DefaultTokenGrammar(), io::kDropSourceText);
+    CompareTrees(text, io::DefaultDelimiterGrammar(), 0);
+    CompareTrees(text, OwnGrammar(), 0);
 
     io::CBlock block;
     block.FromText(text);
