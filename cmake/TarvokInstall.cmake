@@ -80,7 +80,7 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libngspice0, ngspice")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME tarvokengine-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
-    "tarvokengine (= ${PROJECT_VERSION}), libcapnp-dev, libfmt-dev, libicu-dev, nlohmann-json3-dev")
+    "tarvokengine (= ${PROJECT_VERSION}), libcapnp-dev, libfmt-dev, libicu-dev, libopenblas-dev, nlohmann-json3-dev")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The engine, its kernel adapter and the command-line client.")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Libraries and headers for clients of the engine, and for its data formats.")
 include(CPack)

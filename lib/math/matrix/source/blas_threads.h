@@ -1,0 +1,11 @@
+// Keeps the BLAS on the calling thread for as long as one of these exists: at the sizes of networks its
+// threads cost more than they give.
+#pragma once
+
+class OneBlasThread {
+public:
+    OneBlasThread();
+    ~OneBlasThread();
+    OneBlasThread(const OneBlasThread&) = delete;
+    OneBlasThread& operator=(const OneBlasThread&) = delete;
+};
