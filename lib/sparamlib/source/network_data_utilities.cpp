@@ -1,0 +1,26 @@
+#include <sparamlib/network_data_utilities.h>
+
+#include <streamio/streamio_manip.h>
+
+std::int32_t TransferEnumKeyword(io::CBlock& block, bool read, const AString& key, std::int32_t first,
+                                 std::int32_t count, const std::u16string_view* table, std::int32_t& value) {
+    constexpr std::int32_t kNotMoved = 2;
+    if (!read) {
+        const std::int64_t index = std::int64_t{value} - first;
+        if (index < 0 || index >= count)
+            return kNotMoved;
+        block << io::CNamed_value_manip<AString>(key, AString(table[index]));
+        return 0;
+    }
+    AString keyword;
+    block >> io::CNamed_value_manip<AString>(key, keyword);
+    if (!block.IsGood())
+        return kNotMoved;
+    for (std::int32_t index = 0; index < count; ++index) {
+        if (CompareNoCase(keyword.c_str(), table[index].data()) == 0) {
+            value = index + first;
+            return 0;
+        }
+    }
+    return kNotMoved;
+}
