@@ -1,5 +1,7 @@
 #include "engine_job.h"
 
+#include "message_text.h"
+
 #include <stringutils/astring.h>
 
 #include <fmt/format.h>
@@ -39,6 +41,21 @@ public:
     }
     HRESULT PostOrvaneMessage(BSTR message) override {
         m_Events->PushFromJob(Message{std::u16string(message ? message : u"", SysStringLen(message))});
+        return S_OK;
+    }
+    HRESULT BounceOrvaneMessage(BSTR* message) override {
+        if (!message || !*message)
+            return S_OK;
+        std::u16string_view form(*message, SysStringLen(*message));
+        AString built;
+        // What isn't a message is a question of the kernel that only a system simulator could answer.
+        if (!form.starts_with(u"MessageFlag=")) {
+            built = BuildMessageForm(form, UserMessages());
+            if (built.empty())
+                return S_OK;
+        }
+        SysFreeString(*message);
+        *message = built.ToBstr();
         return S_OK;
     }
     // Nobody here takes part in a co-simulation; a kernel that is told so doesn't wait for an answer.

@@ -130,7 +130,7 @@ private:
         constexpr std::u16string_view kResult = u"result file: ";
         MessageText text;
         // Whatever can't be read is shown as it came: no message is lost.
-        if (!ReadMessageText(message.form, text))
+        if (!ReadMessageText(message.form, UserMessages(), text))
             text.text = AString(message.form);
         if (text.severity == kSeverityInformation && std::u16string_view(text.text).starts_with(kResult))
             m_Report.Result(std::string(text.text.Mid(kResult.size()).ToNarrow(kEncodingUtf8)));

@@ -23,39 +23,76 @@ AString MessageForm(std::u16string_view arguments) {
     return form;
 }
 
-TEST(MessageTextTest, ShowsTheBuiltTextElseThePlainOneWhateverStandsAroundIt) {
+// A library of messages 1 ("%2 before %1") and 2, which can't be expanded.
+class TwoMessages final : public MessageLib, public MessageModule {
+public:
+    const MessageModule* GetLib(std::int32_t libId) override { return libId == 0 ? this : nullptr; }
+    bool LoadString(std::int32_t messageId, AString& format) const override {
+        if (messageId == 1)
+            format = AString(u"%2 before %1");
+        else if (messageId == 2)
+            format = AString(u"%1 %");
+        return messageId == 1 || messageId == 2;
+    }
+};
+
+TEST(MessageTextTest, ShowsTheBuiltTextElseTheOneOfTheLibraryElseThePlainOne) {
     struct Case {
         std::u16string_view arguments;
         int severity;
         std::u16string_view text;
     };
+    TwoMessages library;
     for (const Case& c : std::initializer_list<Case>{
-             {u"elementid='', elementtype=6, propertyname='', severity=1, libid=0, messageid=24464, "
-              u"helpid=1, "
+             {u"elementid='', elementtype=6, propertyname='', severity=1, libid=7, messageid=1, helpid=1, "
               u"message='', maxargno=0, istransformed=true, numargs=1, stringarg0='it\\'s \\\\ (bad), a=b', "
               u"argtype0=5",
               1, u"it's \\ (bad), a=b"},
-             {u"stringarg0='plain', istransformed=true, message='built (a, b)', severity=0", 0,
+             {u"elementid='', elementtype=6, propertyname='', severity=1, libid=0, messageid=2, helpid=1, "
+              u"message='', maxargno=0, istransformed=true, numargs=1, stringarg0='it\\'s \\\\ (bad), a=b', "
+              u"argtype0=5",
+              1, u"it's \\ (bad), a=b"},
+             {u"messageid=1, stringarg0='plain', istransformed=true, message='built (a, b)', severity=0", 0,
               u"built (a, b)"},
-             {u"new='x', flag=true, istransformed=true, maxargno=0, stringarg0='two\\\nlines', severity=4", 4,
-              u"two\nlines"}}) {
+             {u"messageid=1, stringarg1='b', stringarg0='a', istransformed=true, maxargno=1", 0,
+              u"b before a"},
+             {u"messageid=2, new='x', flag=true, istransformed=true, maxargno=0, stringarg0='two\\\nlines', "
+              u"severity=4",
+              4, u"two\nlines"}}) {
         MessageText message;
-        ASSERT_TRUE(ReadMessageText(MessageForm(c.arguments), message)) << AString(c.arguments).ToCString();
+        ASSERT_TRUE(ReadMessageText(MessageForm(c.arguments), library, message))
+            << AString(c.arguments).ToCString();
         EXPECT_EQ(message.severity, c.severity);
         EXPECT_EQ(message.text, c.text) << message.text.ToCString();
     }
 }
 
 TEST(MessageTextTest, RefusesWhatIsNoMessage) {
-    AString whole = MessageForm(u"severity=1, istransformed=true, maxargno=0, stringarg0='a\\'b'");
+    TwoMessages library;
+    AString whole =
+        MessageForm(u"messageid=9, severity=1, istransformed=true, maxargno=0, stringarg0='a\\'b'");
     MessageText message;
     for (std::size_t length = 0; length <= whole.find(u"'a"); ++length)
-        EXPECT_FALSE(ReadMessageText(whole.substr(0, length), message)) << length;
+        EXPECT_FALSE(ReadMessageText(whole.substr(0, length), library, message)) << length;
     for (std::u16string_view other : {u"", u"text", u"$begin 'message'\n$end 'message'\n"})
-        EXPECT_FALSE(ReadMessageText(other, message));
-    EXPECT_FALSE(ReadMessageText(MessageForm(u"severity=1"), message));
+        EXPECT_FALSE(ReadMessageText(other, library, message));
+    EXPECT_FALSE(ReadMessageText(MessageForm(u"messageid=9, severity=1"), library, message));
     EXPECT_EQ(message.severity, kSeverityInformation);
-    EXPECT_TRUE(ReadMessageText(whole, message));
+    EXPECT_TRUE(ReadMessageText(whole, library, message));
+}
+
+TEST(MessageTextTest, ABouncedMessageComesBackWithItsWords) {
+    TwoMessages library;
+    AString built = BuildMessageForm(
+        MessageForm(
+            u"messageid=1, severity=1, istransformed=true, maxargno=1, stringarg0='a', stringarg1='b'"),
+        library);
+    EXPECT_NE(built.find(u"message='b before a'"), AString::npos) << built.ToCString();
+    EXPECT_NE(built.find(u"severity=1"), AString::npos);
+    for (std::u16string_view form : {u"", u"garbage",
+                                     u"$begin 'message'\n\tOrvaneMessageFunc(messageid=2, "
+                                     u"istransformed=true, stringarg0='a')\n$end 'message'\n"})
+        EXPECT_TRUE(BuildMessageForm(form, library).empty());
 }
 
 TEST(ProgressBarTest, FitsTheTerminalAndSaysHundredOnlyAtTheEnd) {
