@@ -27,8 +27,15 @@ target_compile_features(tarvok_flags INTERFACE cxx_std_20)
 target_compile_options(tarvok_flags INTERFACE -ffp-contract=off)
 # A source file names itself by its path within the tree.
 target_compile_options(tarvok_flags INTERFACE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+# GCC 12 fuses neighbouring products and sums into one rounding even where contraction is off.
+set(TARVOK_NATIVE_FLAGS -march=native)
+include(CheckCXXCompilerFlag)
+check_cxx_compiler_flag(-mno-fma TARVOK_HAS_NO_FMA)
+if(TARVOK_HAS_NO_FMA)
+    list(APPEND TARVOK_NATIVE_FLAGS -mno-fma)
+endif()
 if(TARVOK_NATIVE)
-    target_compile_options(tarvok_flags INTERFACE -march=native)
+    target_compile_options(tarvok_flags INTERFACE ${TARVOK_NATIVE_FLAGS})
 endif()
 if(TARVOK_WARNINGS)
     target_compile_options(tarvok_flags INTERFACE

@@ -1,37 +1,16 @@
+#include "kernels.h"
+#include "work_area.h"
+
 #include <matrix/linear_algebra.h>
 #include <matrix/wave_math.h>
 
 int LuFactor(ComplexMatrix& a, IndexVector& pivots) {
-    const int m = a.Rows();
-    const int n = a.Columns();
     if (a.IsEmpty())
         return kSolved;
-    pivots.resize(m);
-    int* pivot = pivots.Data();
-    const int k = std::min(m, n);
-    for (int j = 0; j < k; ++j) {
-        int p = j;
-        double largest = abs(a[j][j]);
-        for (int i = j + 1; i < m; ++i) {
-            const double magnitude = abs(a[i][j]);
-            if (magnitude > largest) {
-                p = i;
-                largest = magnitude;
-            }
-        }
-        pivot[j] = p + 1;
-        if (largest == 0.0)
-            return kSingular;
-        if (p != j)
-            std::swap_ranges(a[j], a[j] + n, a[p]);
-        const Complex r = 1.0 / a[j][j];
-        for (int i = j + 1; i < m; ++i)
-            a[i][j] *= r;
-        for (int i = j + 1; i < m; ++i)
-            for (int c = j + 1; c < n; ++c)
-                a[i][c] -= a[i][j] * a[j][c];
-    }
-    return kSolved;
+    pivots.resize(a.Rows());
+    const WorkArea work(kernels::FactorWork(a.Rows(), a.Columns()));
+    return kernels::Best().factor({a.Rows(), a.Columns(), a.Data(), pivots.Data(), work.Get()}) ? kSolved
+                                                                                                : kSingular;
 }
 
 int LuSolve(const ComplexMatrix& a, const IndexVector& pivots, ComplexVector& b) {
@@ -60,24 +39,86 @@ int LuSolve(const ComplexMatrix& a, const IndexVector& pivots, ComplexVector& b)
     return kSolved;
 }
 
-int MatrixSolve(const ComplexMatrix& a, const ComplexMatrix& b, ComplexMatrix& x) {
-    ComplexMatrix solution(a.Columns(), b.Columns());
-    int result = kWrongShape;
-    if (!a.IsEmpty() && a.IsSquare()) {
-        ComplexMatrix factors = a;
-        IndexVector pivots;
-        result = LuFactor(factors, pivots);
-        ComplexVector column(a.Rows());
-        for (int j = 0; result == kSolved && j < b.Columns(); ++j) {
-            for (int i = 0; i < b.Rows(); ++i)
-                column[i] = b[i][j];
-            LuSolve(factors, pivots, column);
-            for (int i = 0; i < b.Rows(); ++i)
-                solution[i][j] = column[i];
-        }
+namespace {
+
+// What is to be solved; no `b` stands for the identity.
+struct System {
+    const ComplexMatrix& a;
+    kernels::Take takeA;
+    const ComplexMatrix* b;
+    kernels::Take takeB;
+};
+
+ComplexMatrix Taken(const ComplexMatrix& m, kernels::Take take) {
+    switch (take) {
+    case kernels::Take::OnePlus:
+        return IdentityMatrix(m.Rows()) + m;
+    case kernels::Take::OneMinus:
+        return IdentityMatrix(m.Rows()) - m;
+    case kernels::Take::MinusOne:
+        return m - IdentityMatrix(m.Rows());
+    default:
+        return m;
     }
-    x = std::move(solution);
+}
+
+void SolveColumns(const System& system, ComplexMatrix& x) {
+    ComplexMatrix factors = Taken(system.a, system.takeA);
+    const ComplexMatrix b = system.b ? Taken(*system.b, system.takeB) : IdentityMatrix(factors.Rows());
+    IndexVector pivots;
+    LuFactor(factors, pivots);
+    ComplexVector column(b.Rows());
+    for (int j = 0; j < b.Columns(); ++j) {
+        for (int i = 0; i < b.Rows(); ++i)
+            column[i] = b[i][j];
+        LuSolve(factors, pivots, column);
+        for (int i = 0; i < b.Rows(); ++i)
+            x[i][j] = column[i];
+    }
+}
+
+// `x` has the shape of the solution.
+int SolveInto(const System& system, ComplexMatrix& x) {
+    if (system.a.IsEmpty() || !system.a.IsSquare()) {
+        x.fill(Complex());
+        return kWrongShape;
+    }
+    const int n = system.a.Rows();
+    const WorkArea work(kernels::SolveWork(n, x.Columns()));
+    switch (
+        kernels::Best().solve({n, x.Columns(), system.a.Data(), system.takeA,
+                               system.b ? system.b->Data() : nullptr, system.takeB, x.Data(), work.Get()})) {
+    case kernels::Outcome::Singular:
+        x.fill(Complex());
+        return kSingular;
+    case kernels::Outcome::Special:
+        SolveColumns(system, x);
+        break;
+    case kernels::Outcome::Solved:
+        break;
+    }
+    return kSolved;
+}
+
+int Solve(const System& system, ComplexMatrix& x) {
+    const int m = system.a.Columns();
+    const int n = system.b ? system.b->Columns() : system.a.Rows();
+    if (x.Rows() == m && x.Columns() == n)
+        return SolveInto(system, x);
+    ComplexMatrix fresh(m, n); // `x` may be what is to be solved
+    const int result = SolveInto(system, fresh);
+    x = std::move(fresh);
     return result;
+}
+
+} // namespace
+
+int MatrixSolve(const ComplexMatrix& a, const ComplexMatrix& b, ComplexMatrix& x) {
+    return Solve({a, kernels::Take::Plain, &b, kernels::Take::Plain}, x);
+}
+
+int InvertInto(const ComplexMatrix& a, ComplexMatrix& x) {
+    return Solve({a, kernels::Take::Plain, nullptr, kernels::Take::Plain}, x);
 }
 
 ComplexMatrix MatrixInverse(const ComplexMatrix& a) {
@@ -86,32 +127,26 @@ ComplexMatrix MatrixInverse(const ComplexMatrix& a) {
     return x;
 }
 
-int InvertInto(const ComplexMatrix& a, ComplexMatrix& x) {
-    return MatrixSolve(a, IdentityMatrix(a.Rows()), x);
-}
-
 int SolveWaveFraction(const ComplexMatrix& m, WaveFraction form, ComplexMatrix& x) {
-    const ComplexMatrix one = IdentityMatrix(m.Rows());
+    using kernels::Take;
     switch (form) {
     case WaveFraction::PlusMinus:
-        return MatrixSolve(one + m, one - m, x);
+        return Solve({m, Take::OnePlus, &m, Take::OneMinus}, x);
     case WaveFraction::MinusPlus:
-        return MatrixSolve(one - m, one + m, x);
+        return Solve({m, Take::OneMinus, &m, Take::OnePlus}, x);
     default:
-        return MatrixSolve(m + one, m - one, x);
+        return Solve({m, Take::OnePlus, &m, Take::MinusOne}, x);
     }
 }
 
 void MultiplyByRoots(ComplexMatrix& m, const ComplexVector& z) {
-    for (int i = 0; i < m.Rows(); ++i)
-        for (int j = 0; j < m.Columns(); ++j)
-            m[i][j] *= sqrt(z[i] * z[j]);
+    const WorkArea work(kernels::RootWork(z.Size()));
+    kernels::Best().multiplyByRoots({z.Size(), z.Data(), m.Data(), work.Get()});
 }
 
 void DivideByRoots(ComplexMatrix& m, const ComplexVector& z) {
-    for (int i = 0; i < m.Rows(); ++i)
-        for (int j = 0; j < m.Columns(); ++j)
-            m[i][j] /= sqrt(z[i] * z[j]);
+    const WorkArea work(kernels::RootWork(z.Size()));
+    kernels::Best().divideByRoots({z.Size(), z.Data(), m.Data(), work.Get()});
 }
 
 ComplexMatrix operator*(const ComplexMatrix& a, const ComplexMatrix& b) {
@@ -121,6 +156,13 @@ ComplexMatrix operator*(const ComplexMatrix& a, const ComplexMatrix& b) {
 }
 
 void MultiplyInto(ComplexMatrix& c, const ComplexMatrix& a, const ComplexMatrix& b) {
+    if (&c != &a && &c != &b) {
+        c.Reshape(a.Rows(), b.Columns());
+        const WorkArea work(kernels::MultiplyWork(a.Rows(), a.Columns()));
+        kernels::Best().multiply(
+            {a.Rows(), a.Columns(), b.Columns(), a.Data(), b.Data(), c.Data(), work.Get()});
+        return;
+    }
     c.Reshape(a.Rows(), b.Columns());
     for (int i = 0; i < a.Rows(); ++i) {
         for (int j = 0; j < b.Columns(); ++j) {
