@@ -1,9 +1,11 @@
 #include "blas_threads.h"
+#include "dense_solve.h"
+#include "work_area.h"
 
 #include <matrix/linear_algebra.h>
 
 #include <algorithm>
-#include <memory>
+#include <cstddef>
 
 // LAPACK's calling convention: everything by address, and the length of each text behind the arguments.
 extern "C" {
@@ -26,93 +28,125 @@ void zgebak_(const char* job, const char* side, const int* n, const int* ilo, co
 
 namespace {
 
-bool IsFinite(const ComplexMatrix& a) {
-    return std::all_of(a.Data(), a.Data() + a.Size(),
-                       [](const Complex& x) { return std::isfinite(x.re) && std::isfinite(x.im); });
+// Numbers for the storage of n complex ones.
+std::size_t Doubles(std::size_t n) {
+    return 2 * n;
 }
 
-// Takes the columns, one after the other in `v`, to the columns of a matrix of rows, each with length 1.
-void StoreUnitColumns(const Complex* v, int n, ComplexMatrix& vectors) {
-    for (int j = 0; j < n; ++j, v += n) {
-        double sum = 0.0;
-        for (int i = 0; i < n; ++i)
-            sum += norm(v[i]);
-        const double length = std::sqrt(sum);
-        for (int i = 0; i < n; ++i) {
-            vectors[i][j] = length != 0.0 ? Complex(v[i].re / length, v[i].im / length)
-                                          : Complex(Complex::kDividedByZero, Complex::kDividedByZero);
+std::size_t DecomposeWork(int n) {
+    const std::size_t size = std::size_t(n);
+    return Doubles(2 * size * size + 32 * size + size + size) + 2 * size + size;
+}
+
+// The decomposition of a matrix of at least one row: `values` and, row after row, `vectors`, which may be `a`.
+bool Decompose(int n, const Complex* a, Complex* values, Complex* vectors) {
+    const std::size_t size = std::size_t(n) * n;
+    const WorkArea area(DecomposeWork(n));
+    auto* unitary = reinterpret_cast<Complex*>(area.Get()); // column after column, as LAPACK has it
+    Complex* schur = unitary + size;
+    Complex* work = schur + size;
+    Complex* tau = work + 32 * n;
+    Complex* found = tau + n;
+    auto* scale = reinterpret_cast<double*>(found + n);
+    double* realWork = scale + n;
+    auto* select = reinterpret_cast<int*>(realWork + n);
+    for (std::size_t i = 0, k = 0; i < std::size_t(n); ++i) {
+        for (std::size_t j = 0; j < std::size_t(n); ++j, ++k) {
+            if (!std::isfinite(a[k].re) || !std::isfinite(a[k].im))
+                return false;
+            unitary[j * n + i] = a[k];
         }
     }
+    std::fill_n(select, n, 0);
+
+    const OneBlasThread oneThread;
+    int ilo = 0;
+    int ihi = 0;
+    int used = 0;
+    int info = 0;
+    const int lwork = 32 * n;
+    zgebal_("B", &n, unitary, &n, &ilo, &ihi, scale, &info, 1);
+    if (info != 0)
+        return false;
+    zgehrd_(&n, &ilo, &ihi, unitary, &n, tau, work, &lwork, &info);
+    if (info != 0)
+        return false;
+    std::copy_n(unitary, size, schur);
+    zunghr_(&n, &ilo, &ihi, unitary, &n, tau, work, &lwork, &info);
+    if (info != 0)
+        return false;
+    zhseqr_("S", "V", &n, &ilo, &ihi, schur, &n, found, unitary, &n, work, &lwork, &info, 1, 1);
+    if (info != 0)
+        return false;
+    ztrevc_("R", "B", select, &n, schur, &n, nullptr, &n, unitary, &n, &n, &used, work, realWork, &info, 1,
+            1);
+    if (info != 0)
+        return false;
+    zgebak_("B", "R", &n, &ilo, &ihi, scale, &n, unitary, &n, &info, 1, 1);
+    if (info != 0)
+        return false;
+
+    std::copy_n(found, n, values);
+    const Complex* column = unitary;
+    for (int j = 0; j < n; ++j, column += n) {
+        double sum = 0.0;
+        for (int i = 0; i < n; ++i)
+            sum += norm(column[i]);
+        const double length = std::sqrt(sum);
+        for (int i = 0; i < n; ++i) {
+            vectors[std::size_t(i) * n + j] = length != 0.0
+                                                  ? Complex(column[i].re / length, column[i].im / length)
+                                                  : Complex(Complex::kDividedByZero, Complex::kDividedByZero);
+        }
+    }
+    return true;
 }
 
+// (V D) V^-1 with the function of the eigenvalues in D.
 template <class Function>
 bool MatrixFunction(const ComplexMatrix& a, ComplexMatrix& x, Function function) {
-    ComplexVector values;
-    ComplexMatrix vectors;
-    if (!a.IsSquare() || !EigenDecompose(a, values, vectors))
+    if (!a.IsSquare())
         return false;
-    ComplexMatrix d(a.Rows(), a.Rows());
-    for (int i = 0; i < a.Rows(); ++i)
-        d[i][i] = function(values[i]);
-    MultiplyInto(x, vectors * d, MatrixInverse(vectors));
+    const int n = a.Rows();
+    if (n == 0) {
+        x = ComplexMatrix();
+        return true;
+    }
+    const std::size_t size = std::size_t(n) * n;
+    const WorkArea area(Doubles(4 * size + std::size_t(n)) + kernels::MultiplyWork(n, n));
+    auto* vectors = reinterpret_cast<Complex*>(area.Get());
+    Complex* d = vectors + size;
+    Complex* scaled = d + size;
+    Complex* inverse = scaled + size;
+    Complex* values = inverse + size;
+    auto* work = reinterpret_cast<double*>(values + n);
+    if (!Decompose(n, a.Data(), values, vectors))
+        return false;
+    std::fill_n(d, size, Complex());
+    for (int i = 0; i < n; ++i)
+        d[std::size_t(i) * n + i] = function(values[i]);
+    kernels::Best().multiply({n, n, n, vectors, d, scaled, work});
+    SolveDense({n, n, vectors}, inverse);
+    x.Reshape(n, n);
+    kernels::Best().multiply({n, n, n, scaled, inverse, x.Data(), work});
     return true;
 }
 
 } // namespace
 
 bool EigenDecompose(const ComplexMatrix& a, ComplexVector& values, ComplexMatrix& vectors) {
-    if (!a.IsSquare() || !IsFinite(a))
+    if (!a.IsSquare())
         return false;
     const int n = a.Rows();
-    if (n == 0) {
-        values = ComplexVector();
-        vectors = ComplexMatrix();
-        return true;
-    }
-    const OneBlasThread oneThread;
-    int ilo = 0;
-    int ihi = 0;
-    int info = 0;
-    const int lwork = 32 * n;
-    const ComplexMatrix columns = Transpose(a);
-    ComplexMatrix unitary = columns;
-    RealVector scale(n);
-    zgebal_("B", &n, unitary.Data(), &n, &ilo, &ihi, scale.Data(), &info, 1);
-    if (info != 0)
+    const WorkArea area(Doubles(std::size_t(n) * n + std::size_t(n)));
+    auto* foundValues = reinterpret_cast<Complex*>(area.Get());
+    Complex* foundVectors = foundValues + n;
+    if (n > 0 && !Decompose(n, a.Data(), foundValues, foundVectors))
         return false;
-
-    ComplexVector work(lwork);
-    ComplexVector tau(std::max(n - 1, 1));
-    zgehrd_(&n, &ilo, &ihi, unitary.Data(), &n, tau.Data(), work.Data(), &lwork, &info);
-    if (info != 0)
-        return false;
-
-    ComplexMatrix schur = unitary;
-    zunghr_(&n, &ilo, &ihi, unitary.Data(), &n, tau.Data(), work.Data(), &lwork, &info);
-    if (info != 0)
-        return false;
-
-    ComplexVector found(n);
-    zhseqr_("S", "V", &n, &ilo, &ihi, schur.Data(), &n, found.Data(), unitary.Data(), &n, work.Data(), &lwork,
-            &info, 1, 1);
-    if (info != 0)
-        return false;
-
-    const IndexVector select(n, 0);
-    RealVector realWork(n);
-    int used = 0;
-    ztrevc_("R", "B", select.Data(), &n, schur.Data(), &n, nullptr, &n, unitary.Data(), &n, &n, &used,
-            work.Data(), realWork.Data(), &info, 1, 1);
-    if (info != 0)
-        return false;
-
-    zgebak_("B", "R", &n, &ilo, &ihi, scale.Data(), &n, unitary.Data(), &n, &info, 1, 1);
-    if (info != 0)
-        return false;
-
-    values = std::move(found);
+    values.resize(n);
+    std::copy_n(foundValues, n, values.Data());
     vectors.Reshape(n, n);
-    StoreUnitColumns(unitary.Data(), n, vectors);
+    std::copy_n(foundVectors, vectors.Size(), vectors.Data());
     return true;
 }
 

@@ -1,3 +1,4 @@
+#include "dense_solve.h"
 #include "kernels.h"
 #include "work_area.h"
 
@@ -41,84 +42,32 @@ int LuSolve(const ComplexMatrix& a, const IndexVector& pivots, ComplexVector& b)
 
 namespace {
 
-// What is to be solved; no `b` stands for the identity.
-struct System {
-    const ComplexMatrix& a;
-    kernels::Take takeA;
-    const ComplexMatrix* b;
-    kernels::Take takeB;
-};
-
-ComplexMatrix Taken(const ComplexMatrix& m, kernels::Take take) {
-    switch (take) {
-    case kernels::Take::OnePlus:
-        return IdentityMatrix(m.Rows()) + m;
-    case kernels::Take::OneMinus:
-        return IdentityMatrix(m.Rows()) - m;
-    case kernels::Take::MinusOne:
-        return m - IdentityMatrix(m.Rows());
-    default:
-        return m;
+// Gives `x` its shape and the solution.
+int Solve(const ComplexMatrix& a, kernels::Take takeA, const ComplexMatrix* b, kernels::Take takeB,
+          ComplexMatrix& x) {
+    const int m = a.Columns();
+    const int n = b ? b->Columns() : a.Rows();
+    if (x.Rows() != m || x.Columns() != n) {
+        ComplexMatrix fresh(m, n); // `x` may be what is to be solved
+        const int result = Solve(a, takeA, b, takeB, fresh);
+        x = std::move(fresh);
+        return result;
     }
-}
-
-void SolveColumns(const System& system, ComplexMatrix& x) {
-    ComplexMatrix factors = Taken(system.a, system.takeA);
-    const ComplexMatrix b = system.b ? Taken(*system.b, system.takeB) : IdentityMatrix(factors.Rows());
-    IndexVector pivots;
-    LuFactor(factors, pivots);
-    ComplexVector column(b.Rows());
-    for (int j = 0; j < b.Columns(); ++j) {
-        for (int i = 0; i < b.Rows(); ++i)
-            column[i] = b[i][j];
-        LuSolve(factors, pivots, column);
-        for (int i = 0; i < b.Rows(); ++i)
-            x[i][j] = column[i];
-    }
-}
-
-// `x` has the shape of the solution.
-int SolveInto(const System& system, ComplexMatrix& x) {
-    if (system.a.IsEmpty() || !system.a.IsSquare()) {
+    if (a.IsEmpty() || !a.IsSquare()) {
         x.fill(Complex());
         return kWrongShape;
     }
-    const int n = system.a.Rows();
-    const WorkArea work(kernels::SolveWork(n, x.Columns()));
-    switch (
-        kernels::Best().solve({n, x.Columns(), system.a.Data(), system.takeA,
-                               system.b ? system.b->Data() : nullptr, system.takeB, x.Data(), work.Get()})) {
-    case kernels::Outcome::Singular:
-        x.fill(Complex());
-        return kSingular;
-    case kernels::Outcome::Special:
-        SolveColumns(system, x);
-        break;
-    case kernels::Outcome::Solved:
-        break;
-    }
-    return kSolved;
-}
-
-int Solve(const System& system, ComplexMatrix& x) {
-    const int m = system.a.Columns();
-    const int n = system.b ? system.b->Columns() : system.a.Rows();
-    if (x.Rows() == m && x.Columns() == n)
-        return SolveInto(system, x);
-    ComplexMatrix fresh(m, n); // `x` may be what is to be solved
-    const int result = SolveInto(system, fresh);
-    x = std::move(fresh);
-    return result;
+    return SolveDense({m, n, a.Data(), takeA, b ? b->Data() : nullptr, takeB}, x.Data());
 }
 
 } // namespace
 
 int MatrixSolve(const ComplexMatrix& a, const ComplexMatrix& b, ComplexMatrix& x) {
-    return Solve({a, kernels::Take::Plain, &b, kernels::Take::Plain}, x);
+    return Solve(a, kernels::Take::Plain, &b, kernels::Take::Plain, x);
 }
 
 int InvertInto(const ComplexMatrix& a, ComplexMatrix& x) {
-    return Solve({a, kernels::Take::Plain, nullptr, kernels::Take::Plain}, x);
+    return Solve(a, kernels::Take::Plain, nullptr, kernels::Take::Plain, x);
 }
 
 ComplexMatrix MatrixInverse(const ComplexMatrix& a) {
@@ -131,11 +80,11 @@ int SolveWaveFraction(const ComplexMatrix& m, WaveFraction form, ComplexMatrix& 
     using kernels::Take;
     switch (form) {
     case WaveFraction::PlusMinus:
-        return Solve({m, Take::OnePlus, &m, Take::OneMinus}, x);
+        return Solve(m, Take::OnePlus, &m, Take::OneMinus, x);
     case WaveFraction::MinusPlus:
-        return Solve({m, Take::OneMinus, &m, Take::OnePlus}, x);
+        return Solve(m, Take::OneMinus, &m, Take::OnePlus, x);
     default:
-        return Solve({m, Take::OnePlus, &m, Take::MinusOne}, x);
+        return Solve(m, Take::OnePlus, &m, Take::MinusOne, x);
     }
 }
 
