@@ -18,3 +18,7 @@ struct JobState {
 };
 
 JobState& ProcessJobState();
+
+// The running job's client. Null too for a job that has been aborted: it may be muted while its thread is still in the
+// kernel, and nothing of it reaches the client from then on.
+IKeldaProgressInterface* LiveProgress();

@@ -31,6 +31,7 @@ public:
 private:
     IKeldaProgressInterface* MessageClient() const override;
     std::int32_t RunKernel(const AString& filename, const AString& projectpath) const;
+    std::int32_t CloseCosim(std::int32_t result) const;
 
     platform::DynamicLibrary m_Kernel;
     IKeldaProgressInterface* m_pProgress = nullptr;

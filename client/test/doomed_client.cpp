@@ -1,4 +1,4 @@
-// A client that a test kills: starts an engine, and a job if commands are given, and then waits.
+// A client that a test kills: starts an engine, and a job if commands are given, delivers one block of two samples, and then waits.
 //   doomed_client SERVER FOLDER [COMMANDS]
 
 #include <client/kelda_client.h>
@@ -31,6 +31,7 @@ int main(int argc, char** argv) {
         std::int32_t job = 0;
         engine->StartAnalysis(progress.Get(), nullptr, platform::UniqueBstr(AString(argv[3])).Get(),
                               platform::UniqueBstr(AString(argv[2])).Get(), &job);
+        engine->SendCosimSourceData(platform::UniqueBstr(u"1 1 2 5 6").Get());
     } else {
         std::ofstream(std::string(argv[2]) + "/started").close();
     }

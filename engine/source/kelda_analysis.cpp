@@ -1,5 +1,6 @@
 #include <engine/kelda_analysis.h>
 
+#include <engine/cosim_bridge.h>
 #include <engine/job_messages.h>
 #include <engine/job_state.h>
 #include <engine/message_manager_slot.h>
@@ -7,13 +8,6 @@
 #include <cstdio>
 
 namespace {
-
-// The running job may be muted while its thread is still in the kernel: nothing of it reaches the client from
-// then on.
-IKeldaProgressInterface* LiveProgress() {
-    const JobState& state = ProcessJobState();
-    return state.control && state.control->Aborted() ? nullptr : state.progress;
-}
 
 // The kernel's frames must never see an exception, so a callback ends here whatever happens.
 extern "C" int ProgressCallBack(double progress_val) noexcept {
@@ -51,6 +45,8 @@ CKeldaAnalysis::CKeldaAnalysis(IKeldaProgressInterface* pProgress, IKeldaSolutio
         state.kernel.set_progress_call_back(ProgressCallBack);
     m_pProgress = pProgress;
     state.progress = pProgress;
+    if (Succeeded(m_Bound) && pProgress)
+        RegisterCosimCallBacks(state.kernel.set_cosim_call_back);
     state.solution = pSolution;
     state.control = control;
     if (Succeeded(m_Bound))
@@ -91,6 +87,7 @@ HRESULT CKeldaAnalysis::Analyze(const AString& filename, const AString& projectp
     PostText(kSeverityInformation, u"Analyzing done....");
     if (!m_pProgress)
         return S_OK;
+    result = CloseCosim(result);
     if (m_Control && !m_Control->Finish())
         return S_OK;
     HRESULT reported = m_pProgress->AnalysisDone(result);
@@ -99,6 +96,23 @@ HRESULT CKeldaAnalysis::Analyze(const AString& filename, const AString& projectp
         return reported;
     }
     return S_OK;
+}
+
+// Ends the job's part in the exchange of blocks, and gives the job's result. The bridge is back at its start before the client
+// hears of the end, for the client may deliver the next job's first block from then on.
+std::int32_t CKeldaAnalysis::CloseCosim(std::int32_t result) const {
+    CosimBridge& bridge = ProcessCosimBridge();
+    if (result == 0 && bridge.Failed())
+        result = E_UNEXPECTED;
+    if (result != 0 && MessageClient()) {
+        try {
+            bridge.SendClosingRecord(*m_pProgress);
+        } catch (...) {
+            // AnalysisDone is the end for a client that waits, too.
+        }
+    }
+    bridge.Close(m_Control ? m_Control->Procid() : 0, result != 0);
+    return result;
 }
 
 HRESULT CKeldaAnalysis::AnalyzeCommand(int argc, char** argv) {

@@ -1,5 +1,6 @@
 #include <engine/kelda_engine.h>
 
+#include <engine/cosim_bridge.h>
 #include <engine/job_messages.h>
 #include <engine/job_state.h>
 #include <engine/message_manager_slot.h>
@@ -80,8 +81,10 @@ HRESULT CKeldaEngine::AbortAnalysis(std::int32_t procid, std::int32_t) {
 }
 
 void CKeldaEngine::Kill() {
-    if (m_hThread && m_hThread->Abort() == JobControl::AbortResult::kRunning)
-        m_Services.killProcess();
+    if (!m_hThread || m_hThread->Abort() != JobControl::AbortResult::kRunning)
+        return;
+    m_Services.killProcess();
+    ProcessCosimBridge().Wake();
 }
 
 HRESULT CKeldaEngine::IsAlive(std::int32_t procid, std::int32_t* alive) {
@@ -95,6 +98,9 @@ HRESULT CKeldaEngine::SendCosimPortData(BSTR) {
     return S_OK;
 }
 
-HRESULT CKeldaEngine::SendCosimSourceData(BSTR) {
+HRESULT CKeldaEngine::SendCosimSourceData(BSTR sourceData) {
+    CosimBridge::Remark remark = ProcessCosimBridge().Deliver(sourceData, m_procid);
+    if (!remark.text.empty())
+        PostText(remark.refused ? kSeverityError : kSeverityWarning, AString(remark.text));
     return S_OK;
 }

@@ -1,6 +1,6 @@
 // Jobs in the engine object itself, with a test kernel beside this program and the test as the client.
 
-#include "recorder.h"
+#include "engine_fixture.h"
 
 #include <engine/class_object.h>
 #include <engine/job_gate.h>
@@ -25,8 +25,6 @@ using platform::InterfacePtr;
 using platform::UniqueBstr;
 
 namespace {
-
-using Calls = std::vector<std::string>;
 
 // Its marshalling does what the test says.
 class OddProgress final : public IKeldaProgressInterface, public platform::IMarshal {
@@ -83,43 +81,7 @@ private:
     int& m_Resumed;
 };
 
-class JobTest : public testing::Test {
-protected:
-    JobTest()
-        : m_Folder(std::filesystem::temp_directory_path() / ("tarvok_job_" + std::to_string(getpid()))) {
-        std::filesystem::create_directories(m_Folder);
-        MakeEngine({});
-    }
-    ~JobTest() override {
-        engine.reset();
-        std::filesystem::remove_all(m_Folder);
-    }
-
-    void MakeEngine(CKeldaEngine::Services services) {
-        engine = std::make_unique<CKeldaEngine>(std::move(services));
-    }
-
-    HRESULT Start(IKeldaProgressInterface* progress, const std::string& commands,
-                  std::int32_t* procid = nullptr, IKeldaSolutionInterface* solution = nullptr) {
-        std::int32_t ignored = 0;
-        return engine->StartAnalysis(progress, solution, UniqueBstr(AString(commands)).Get(),
-                                     UniqueBstr(AString(m_Folder.string())).Get(),
-                                     procid ? procid : &ignored);
-    }
-
-    // Runs a job to its end and gives what its client saw.
-    Calls Run(const std::string& commands) {
-        auto client = Recorder::New();
-        EXPECT_EQ(Start(client.Get(), commands), S_OK);
-        EXPECT_TRUE(client->WaitDone());
-        return client->Calls();
-    }
-
-    void Touch(const std::string& name) { std::ofstream(m_Folder / name).close(); }
-
-    std::unique_ptr<CKeldaEngine> engine;
-    std::filesystem::path m_Folder;
-};
+class JobTest : public EngineFixture {};
 
 TEST_F(JobTest, AJobTellsItsClientWhatTheKernelSaysAndHowItEnded) {
     struct Row {
@@ -144,7 +106,7 @@ TEST_F(JobTest, AJobFramesItsRunInWords) {
     Start(client.Get(), "progress 1; return 7");
     ASSERT_TRUE(client->WaitDone());
     EXPECT_EQ(client->AllCalls(), (Calls{"message 2 Analyzing...progress 1; return 7", "progress 1",
-                                         "message 2 Analyzing done....", "done 7"}));
+                                         "message 2 Analyzing done....", "closing", "done 7"}));
 
     // A client that fails the last call is told so, if it still listens.
     auto failing = Recorder::New();

@@ -5,6 +5,7 @@
 #include <platform/unknown.h>
 
 #include <keldasimenginelib/keldasimenginelib.h>
+#include <trancosimlib/cosimportdata.h>
 
 #include <chrono>
 #include <functional>
@@ -37,8 +38,16 @@ public:
         Note("message " + Narrow(message));
         return S_OK;
     }
-    HRESULT BounceOrvaneMessage(BSTR*) override { return S_OK; }
-    HRESULT PutCosimPortData(BSTR) override { return S_OK; }
+    HRESULT BounceOrvaneMessage(BSTR* message) override { return onBounce ? onBounce(message) : S_OK; }
+    HRESULT PutCosimPortData(BSTR data) override {
+        COSIMPORTDATA block;
+        const bool good = block.FromText(AString(data, SysStringLen(data)));
+        AString text;
+        Note(!good             ? "no ports"
+             : block.m_HasData ? "ports " + block.ToText(text).ToCString()
+                               : kClosingRecord);
+        return onPorts && block.m_HasData ? onPorts() : S_OK;
+    }
 
     // False when the end didn't come in a time that is far above any machine's.
     bool WaitDone() { return m_Done.WaitFor(std::chrono::seconds(60)); }
@@ -48,7 +57,7 @@ public:
         std::lock_guard lock(m_Mutex);
         return m_Calls;
     }
-    // Without the two messages in which every job frames its run.
+    // Without what every job says: the two messages that frame its run, and a failed one's closing record.
     std::vector<std::string> Calls() {
         auto calls = AllCalls();
         std::erase_if(calls, IsFrame);
@@ -57,6 +66,8 @@ public:
 
     std::function<HRESULT()> onProgress;
     std::function<HRESULT()> onDone;
+    std::function<HRESULT(BSTR*)> onBounce;
+    std::function<HRESULT()> onPorts; // not for the closing record
     // Where several recorders note in one order; outlives them.
     class Order {
     public:
@@ -90,7 +101,10 @@ private:
                text.substr(begin, text.find("', argtype0") - begin);
     }
 
-    static bool IsFrame(const std::string& call) { return call.starts_with("message 2 Analyzing"); }
+    static constexpr char kClosingRecord[] = "closing";
+    static bool IsFrame(const std::string& call) {
+        return call.starts_with("message 2 Analyzing") || call == kClosingRecord;
+    }
 
     void Note(const std::string& call) {
         {
