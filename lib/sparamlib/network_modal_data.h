@@ -17,10 +17,10 @@
 // where products and quotients with q go element by element. A conversion gives a matrix of zeros, not an error,
 // - where the matrix to be inverted is singular,
 // - where there is nothing to compute from, or no impedance for each of the n rows where they are needed.
-// So a network of which I + S is singular (a short, an ideal through, a tee, a transformer) gets a Y of zeros, and one of
-// which I - S is singular (an open, a through, a circulator, a transformer) a Z of zeros. Renormalize goes by way of Y: of
-// the former it makes another network, S = I, and says true. An impedance of zero isn't refused: what is divided by it
-// becomes the largest finite number in both parts.
+// So a network of which I + S is singular (a short, an ideal through, a junction, a transformer) gets a Y of zeros, and
+// one of which I - S is singular (an open, a through, a circulator, a transformer) a Z of zeros; where a rounding hides
+// that it is singular, the elements are huge. Renormalize goes by way of Y: of the former it makes another network, and
+// says true. An impedance of zero isn't refused: what is divided by it becomes the largest finite number in both parts.
 #pragma once
 
 #include <sparamlib/network_terminal_data.h>
