@@ -1,7 +1,15 @@
 // Complex numbers, matrices and vectors as items of a stored block.
 //
-//   matrix block 'name':  m=2 n=2  'r0' c(1, 0) c(0, -1)  'r1' ...      one "c" item for each column
-//   vector block 'name':  n=2      'r0' c(50, 0) c(50, 0)
+//   $begin matrix
+//       m=1
+//       n=2
+//       $begin r0
+//           c(1, 0)
+//           c(0, -1)
+//       $end r0
+//   $end matrix
+//
+// A matrix has a block for each row and an item "c" for each of its columns; a vector is one row, without "m".
 //
 // Keys are found by name in any order and without regard to case. The readers give false for what doesn't fit
 // and may then leave the target partly filled; nothing is thrown. One thread at a time for a block.
