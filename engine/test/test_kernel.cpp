@@ -2,6 +2,7 @@
 // by ";".
 //
 //   progress V      reports progress                 repeat N V     reports progress N times
+//   tell N TEXT     sends a message N times
 //   error CODE TEXT sends a message                  project        sends the project path as a message
 //   names           sends the names of the registered callbacks, in their order, as a message
 //   sleep MS        waits                            spin           computes until the file "stop" is in the project folder
@@ -138,6 +139,10 @@ int analyze(const char* utf8_file) {
         } else if (verb == "error" && words >> number) {
             std::getline(words >> std::ws, name);
             g_Error(name.c_str(), number);
+        } else if (verb == "tell" && words >> number) {
+            std::getline(words >> std::ws, name);
+            for (int i = 0; i < number; ++i)
+                g_Error(name.c_str(), 1);
         } else if (verb == "project") {
             g_Error(g_Project.c_str(), 1);
         } else if (verb == "names") {

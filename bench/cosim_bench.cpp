@@ -1,0 +1,251 @@
+// What a co-simulation's exchange of blocks and a job's messages cost, each figure beside its base measured in the same run:
+// medians and best, in rounds that alternate between the two. The kernel does nothing else.
+
+#include <client/cosim_exchange.h>
+
+#include <messagelibni/orvane_message.h>
+#include <platform/event.h>
+#include <platform/unique_fd.h>
+#include <stringutils/astring.h>
+
+#include <fmt/format.h>
+
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using kelda::CosimEvent;
+using kelda::CosimExchange;
+using platform::InterfacePtr;
+using platform::UniqueBstr;
+using platform::UniqueFd;
+
+constexpr int kRounds = 15;
+
+double SecondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+struct Times {
+    void Add(double seconds) { all.push_back(seconds); }
+    double Median() {
+        std::ranges::nth_element(all, all.begin() + static_cast<std::ptrdiff_t>(all.size() / 2));
+        return all[all.size() / 2];
+    }
+    double Best() const { return std::ranges::min(all); }
+    std::vector<double> all;
+};
+
+// One double there and back between two processes, by nothing but read and write. Seconds a round trip.
+double PingPong(int trips) {
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
+        std::abort();
+    double value = 0.5;
+    pid_t child = fork();
+    if (child == 0) {
+        close(ends[0]);
+        while (read(ends[1], &value, sizeof value) == sizeof value)
+            if (write(ends[1], &value, sizeof value) != sizeof value)
+                break;
+        _exit(0);
+    }
+    close(ends[1]);
+    UniqueFd here(ends[0]);
+    auto start = Clock::now();
+    for (int i = 0; i < trips; ++i)
+        if (write(here.Get(), &value, sizeof value) != sizeof value ||
+            read(here.Get(), &value, sizeof value) != sizeof value)
+            std::abort();
+    double time = SecondsSince(start) / trips;
+    here = {};
+    waitpid(child, nullptr, 0);
+    return time;
+}
+
+InterfacePtr<IKeldaEngine> Activate() {
+    return kelda::ActivateEngine({.server = BENCH_SERVER, .onLost = {}});
+}
+
+void Start(IKeldaEngine& engine, IKeldaProgressInterface& client, const std::string& commands) {
+    std::int32_t job = 0;
+    engine.StartAnalysis(&client, nullptr, UniqueBstr(AString(commands)).Get(), UniqueBstr(u"/").Get(), &job);
+}
+
+// A client whose simulator works within the callback: it needs no thread of its own.
+class InCallback final : public kelda::ProgressInterface {
+public:
+    explicit InCallback(IKeldaEngine& engine, COSIMSRCDATA block)
+        : m_Engine(engine), m_Block(std::move(block)) {}
+
+    HRESULT PutCosimPortData(BSTR data) override {
+        if (!m_Ports.FromText(AString(data, SysStringLen(data))))
+            return E_INVALIDARG;
+        m_Block.m_Data[0][0] = m_Ports.m_HasData ? m_Ports.m_First[0][0] : 0;
+        return Deliver();
+    }
+    HRESULT AnalysisDone(std::int32_t code) override {
+        if (code != 0)
+            std::abort();
+        done.Set();
+        return S_OK;
+    }
+    HRESULT Deliver() {
+        AString text;
+        return m_Engine.SendCosimSourceData(UniqueBstr(m_Block.ToBinaryText(text)).Get());
+    }
+
+    platform::Event done{platform::Event::Mode::kManualReset};
+
+private:
+    IKeldaEngine& m_Engine;
+    COSIMSRCDATA m_Block;
+    COSIMPORTDATA m_Ports;
+};
+
+COSIMSRCDATA Samples(int sources, int samples) {
+    COSIMSRCDATA block(sources, samples);
+    block.m_TimeStep = 1e-9;
+    double value = 0.1;
+    for (auto& row : block.m_Data)
+        for (double& sample : row)
+            sample = value = 3.7 * value * (1 - value); // full mantissas
+    return block;
+}
+
+// Seconds a block.
+double Exchange(IKeldaEngine& engine, int blocks, int samples, int sources, int ports, bool inCallback) {
+    const COSIMSRCDATA block = Samples(sources, samples);
+    const std::string commands = fmt::format("cosim {} {} {} 1e-9", blocks * samples, sources, ports);
+    if (inCallback) {
+        auto client = InterfacePtr<InCallback>::Adopt(new InCallback(engine, block));
+        client->Deliver();
+        auto start = Clock::now();
+        Start(engine, *client, commands);
+        client->done.Wait();
+        return SecondsSince(start) / blocks;
+    }
+    auto exchange = std::make_shared<CosimExchange>();
+    auto progress = InterfacePtr<kelda::CosimProgress>::Adopt(new kelda::CosimProgress(exchange));
+    exchange->Deliver(engine, block);
+    auto start = Clock::now();
+    Start(engine, *progress, commands);
+    COSIMPORTDATA values;
+    CosimEvent event;
+    int got = 0;
+    while ((event = exchange->Wait(values)) == CosimEvent::kPorts)
+        if (++got < blocks)
+            exchange->Deliver(engine, block);
+    if (event != CosimEvent::kDone || exchange->ReturnCode() != 0 || got != blocks)
+        std::abort();
+    return SecondsSince(start) / blocks;
+}
+
+void LockStep() {
+    constexpr int kBlocks = 10'000;
+    Times raw, thread, callback;
+    auto engine = Activate();
+    for (int round = 0; round < kRounds; ++round) {
+        raw.Add(PingPong(kBlocks));
+        thread.Add(Exchange(*engine, kBlocks, 1, 1, 1, false));
+        callback.Add(Exchange(*engine, kBlocks, 1, 1, 1, true));
+    }
+    fmt::print("raw ping-pong                         {:8.2f} us, best {:.2f}\n", raw.Median() * 1e6,
+               raw.Best() * 1e6);
+    auto print = [&](const char* what, Times& times) {
+        fmt::print("block of 1 sample, {:<18} {:8.2f} us, best {:.2f}   {:.0f} blocks/s, {:.2f} of the "
+                   "ping-pongs/s, best {:.2f}\n",
+                   what, times.Median() * 1e6, times.Best() * 1e6, 1 / times.Median(),
+                   raw.Median() / times.Median(), raw.Best() / times.Best());
+    };
+    print("simulator's thread", thread);
+    print("in the callback", callback);
+}
+
+void Throughput() {
+    constexpr int kBlocks = 300, kSamples = 1000, kSources = 4, kPorts = 4;
+    // Both values of a port count.
+    constexpr double kValues = kSamples * (kSources + 2.0 * kPorts);
+    Times thread, callback, copy;
+    auto engine = Activate();
+    std::vector<double> from(static_cast<std::size_t>(kValues), 0.5), to(from.size());
+    for (int round = 0; round < kRounds; ++round) {
+        thread.Add(Exchange(*engine, kBlocks, kSamples, kSources, kPorts, false));
+        callback.Add(Exchange(*engine, kBlocks, kSamples, kSources, kPorts, true));
+        auto start = Clock::now();
+        for (int i = 0; i < kBlocks; ++i) {
+            from[static_cast<std::size_t>(i)] += 1;
+            std::memcpy(to.data(), from.data(), from.size() * sizeof(double));
+        }
+        copy.Add(SecondsSince(start) / kBlocks);
+        if (to[0] < 1)
+            std::abort();
+    }
+    auto print = [&](const char* what, Times& times) {
+        fmt::print("block of 1,000 samples, {:<18} {:7.1f} us, best {:.1f}   {:.1f} million values/s, best "
+                   "{:.1f}   {:.0f} copies of them\n",
+                   what, times.Median() * 1e6, times.Best() * 1e6, kValues / times.Median() / 1e6,
+                   kValues / times.Best() / 1e6, times.Median() / copy.Median());
+    };
+    print("simulator's thread", thread);
+    print("in the callback", callback);
+}
+
+// The words of a message for the person at the client.
+class Reader final : public kelda::ProgressInterface {
+public:
+    HRESULT ProgressUpdate(double) override { return S_OK; }
+    HRESULT PostOrvaneMessage(BSTR form) override {
+        OrvaneMessage message(0, 0, 0, 0, 0, AString(), AString());
+        if (!message.FromText(AString(form, SysStringLen(form))))
+            std::abort();
+        const AString* text = message.GetArgumentText(0);
+        shown += text ? text->size() : 0;
+        return S_OK;
+    }
+    HRESULT AnalysisDone(std::int32_t) override {
+        done.Set();
+        return S_OK;
+    }
+    platform::Event done{platform::Event::Mode::kManualReset};
+    std::size_t shown = 0;
+};
+
+void Messages() {
+    constexpr int kCalls = 10'000;
+    Times message, progress;
+    auto engine = Activate();
+    auto run = [&](const std::string& commands) {
+        auto client = InterfacePtr<Reader>::Adopt(new Reader);
+        auto start = Clock::now();
+        Start(*engine, *client, commands);
+        client->done.Wait();
+        return SecondsSince(start) / kCalls;
+    };
+    for (int round = 0; round < kRounds; ++round) {
+        progress.Add(run(fmt::format("repeat {} 0.5", kCalls)));
+        message.Add(
+            run(fmt::format("tell {} result file: /home/somebody/projects/converter/buck.tran.csv", kCalls)));
+    }
+    fmt::print("message, from its words to its words  {:8.2f} us, best {:.2f}   progress callback {:8.2f} "
+               "us, best {:.2f}   ratio {:.2f}, best {:.2f}\n",
+               message.Median() * 1e6, message.Best() * 1e6, progress.Median() * 1e6, progress.Best() * 1e6,
+               message.Median() / progress.Median(), message.Best() / progress.Best());
+}
+
+} // namespace
+
+int main() {
+    LockStep();
+    Throughput();
+    Messages();
+}
