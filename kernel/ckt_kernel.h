@@ -54,6 +54,14 @@ typedef int (*ckt_progress_call_back)(double progress);
  * "FILE:LINE: ". Each finished result file is reported by an information "result file: PATH". */
 typedef void (*ckt_error_call_back)(const char* text, int code);
 
+/* The named callbacks of a co-simulation, "SystemCosimSource", "SystemCosimPort" and "SystemCosimPortFlush". `name` is the
+ * number of a source or a port as text. The first asks for a source's value and slope at a time point [s] and may wait
+ * for the answer as long as it takes; the others hand in the pair of a port at the end of a step, and end the step. 0 is
+ * good, any other result ends the analysis. */
+typedef int (*ckt_cosim_source_call_back)(const char* name, double time, double* value, double* slope);
+typedef int (*ckt_cosim_port_call_back)(const char* name, double time, double first, double second);
+typedef int (*ckt_cosim_port_flush_call_back)(void);
+
 /* Where result files go. Null or empty: the folder of the netlist. A relative path counts from the process's working
  * directory. The directory has to exist. */
 CKT_KERNEL_ENTRY void set_project_path(const char* utf8);
@@ -71,6 +79,16 @@ CKT_KERNEL_ENTRY void set_cosim_call_back(const char* name, void* call_back);
  *
  * Read: any netlist that ngspice takes, as UTF-8 or Latin-1. `.include` and `.lib` paths count from the folder of the
  * file that names them, then from the netlist's. `.control` blocks are skipped with a warning. `.end` ends reading.
+ *
+ * Co-simulation, by lines that a plain SPICE reader takes for comments:
+ *   *% cosim step 1n                  the time between two samples; without this line the step of .tran
+ *   *% cosim source 0 Vin             source 0 drives the voltage or current source Vin
+ *   *% cosim port 0 v(out) i(Vsense)  the first and the second value (0 without one) of port 0
+ * Sources and ports are numbered from 0; there is at least one of each, and one .tran. In the .tran the driven sources
+ * have no values of their own: the callback gives them, asked for once a time point and in time order from step to step (a
+ * step that the simulator takes again goes back within itself). At the end of every step, the last one being cut short by
+ * the end of the .tran, all ports are handed in and the step is flushed. All other analyses have the sources' own values and
+ * ask nobody. Before the first question comes the information "co-simulation: N steps of STEP s, M sources, K ports".
  *
  * Written, where NAME is the netlist's file name without its extension and N numbers the analyses of one kind from
  * the second on (NAME.tran.csv, NAME.tran2.csv):

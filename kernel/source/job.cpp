@@ -1,5 +1,7 @@
 #include "job.h"
 
+#include "cosim_plan.h"
+#include "cosim_run.h"
 #include "job_error.h"
 #include "netlist_reader.h"
 #include "netlist_rules.h"
@@ -52,7 +54,8 @@ class Job final : Simulator::Listener {
 public:
     Job(const JobRequest& request, const Progress::Sink& progress, Messages& messages)
         : m_messages(messages), m_progress(progress), m_netlist(read(request.netlist)),
-          m_text(m_netlist, m_messages),
+          m_text(m_netlist, m_messages), m_cosim(read_cosim_plan(m_netlist, m_messages)),
+          m_call_backs(request.call_backs),
           m_results(request.netlist, request.project, m_netlist.files, m_messages), m_simulator(*this) {
         m_simulator.set_input_folder(std::filesystem::absolute(request.netlist).parent_path().string());
     }
@@ -61,6 +64,8 @@ public:
         load();
         for (const Analysis& analysis : m_analyses)
             check(analysis);
+        if (m_cosim)
+            check_cosim();
         m_progress.begin_job(static_cast<int>(m_analyses.size()));
         int code = CKT_GOOD;
         for (const Analysis& analysis : m_analyses) {
@@ -112,13 +117,20 @@ private:
         m_has_second_port = true;
     }
 
-    void load() {
-        add_second_port();
+    void load_lines(std::vector<NetlistLine> netlist) {
         std::vector<char*> lines;
-        lines.reserve(m_netlist.lines.size() + 1);
-        for (NetlistLine& line : m_netlist.lines)
+        lines.reserve(netlist.size() + 1);
+        for (NetlistLine& line : netlist)
             lines.push_back(line.text.data());
         m_simulator.load(std::move(lines));
+    }
+
+    void load() {
+        add_second_port();
+        m_only_driven =
+            m_cosim && std::all_of(m_netlist.analyses.begin(), m_netlist.analyses.end(),
+                                   [](const Card& card) { return card.text.starts_with(".tran "); });
+        load_lines(m_only_driven ? driven_lines(m_netlist, *m_cosim) : m_netlist.lines);
         m_text.flush();
         if (!m_gave_up && !m_simulator.ended())
             find_expanded_lines();
@@ -207,6 +219,77 @@ private:
                            fmt::format("{}: \".{}\": {}", analysis.place, analysis.command, fault));
     }
 
+    void check_cosim() const {
+        const Analysis* driven = nullptr;
+        for (const Analysis& analysis : m_analyses) {
+            if (analysis.kind != "tran")
+                continue;
+            if (driven)
+                throw JobError(CKT_BAD_NETLIST,
+                               fmt::format("{}: a co-simulation has one .tran, there is one already at {}",
+                                           analysis.place, driven->place));
+            driven = &analysis;
+        }
+        if (!driven)
+            throw JobError(CKT_BAD_NETLIST,
+                           m_cosim->place +
+                               ": a co-simulation is asked for, but no .tran is left after .if and .else");
+        constexpr double most = 1e9; // beyond it a point can't be told from the next one exactly enough
+        const DrivenTran tran = driven_tran(*driven);
+        if (!(tran.step > 0) || !(tran.end > 0) || tran.end / tran.step > most)
+            throw JobError(
+                CKT_BAD_NETLIST,
+                fmt::format("{}: {} s in steps of {} s can't be co-simulated, up to {} steps are expected",
+                            m_cosim->step ? m_cosim->step_place : driven->place, tran.end, tran.step, most));
+    }
+
+    struct DrivenTran {
+        double step, end;
+        double start;        // of what is kept
+        std::string command; // which gives the points before as well
+    };
+
+    DrivenTran driven_tran(const Analysis& analysis) const {
+        const auto parts = words(analysis.command);
+        const auto number = [&](std::size_t index) {
+            return index < parts.size() ? spice_number(parts[index]).value_or(0) : 0;
+        };
+        DrivenTran tran{m_cosim->step.value_or(number(1)), number(2), number(3), ""};
+        for (std::size_t i = 0; i < parts.size(); ++i)
+            tran.command.append(i == 0 ? "" : " ").append(i == 3 && tran.start > 0 ? "0" : parts[i]);
+        return tran;
+    }
+
+    // The driven circuit is another one to the simulator: all other analyses have the sources' own values.
+    void begin_cosim(const DrivenTran& tran) {
+        m_cosim_run.emplace(*m_cosim, m_call_backs, tran.step, tran.end);
+        if (!m_only_driven) {
+            m_text.begin_capture(); // all that was said of the undriven one
+            load_lines(driven_lines(m_netlist, *m_cosim));
+            m_text.end_capture();
+        }
+        m_simulator.synchronise();
+        for (const CosimSource& source : m_cosim->sources)
+            m_simulator.command(fmt::format("alter @{}[dc]=0", source.name)); // it would be added
+        const auto count = [](std::size_t number, const char* what) {
+            return fmt::format("{} {}{}", number, what, number == 1 ? "" : "s");
+        };
+        m_messages.information(fmt::format("co-simulation: {} of {} s, {}, {}",
+                                           count(static_cast<std::size_t>(m_cosim_run->steps()), "step"),
+                                           tran.step, count(m_cosim->sources.size(), "source"),
+                                           count(m_cosim->ports.size(), "port")));
+    }
+
+    void end_cosim() {
+        m_cosim_run.reset();
+        m_of_ports.clear();
+        if (m_only_driven)
+            return;
+        m_text.begin_capture();
+        m_simulator.command("setcirc 2"); // the newest is the first
+        m_text.end_capture();
+    }
+
     // One name a command: the simulator overruns its memory on commands of many words.
     void save(const Card& card) {
         const auto names = words(card.text);
@@ -219,6 +302,25 @@ private:
         m_text.begin_analysis(analysis.place);
         m_progress.begin_analysis(analysis);
         m_headers.clear();
+        int code = CKT_GOOD;
+        if (m_cosim && analysis.kind == "tran") {
+            const DrivenTran tran = driven_tran(analysis);
+            try {
+                begin_cosim(tran);
+                code = run(analysis, tran.command, tran.start);
+                end_cosim();
+            } catch (const JobError& error) {
+                tell_failure(analysis, error.what());
+                code = error.code();
+            }
+        } else {
+            code = run(analysis, analysis.command, 0);
+        }
+        m_progress.end_analysis();
+        return code;
+    }
+
+    int run(const Analysis& analysis, const std::string& command, double start) {
         // The noise analyses' vectors are their own: a list of node voltages to keep would leave them none.
         m_simulator.command("delete all");
         if (analysis.kind != "noise" && !m_netlist.saves.empty()) {
@@ -226,20 +328,27 @@ private:
                 save(card);
             for (const std::string& node : m_measured)
                 m_simulator.command("save v(" + node + ')');
+            if (m_cosim_run)
+                m_of_ports = m_cosim->not_saved(m_netlist.saves);
+            for (const std::string& vector : m_of_ports)
+                m_simulator.command("save " + vector);
         }
         m_simulator.command("set sim_status=77");
-        m_simulator.command(analysis.command);
-        int code = m_gave_up ? static_cast<int>(CKT_ANALYSIS_FAILED) : status();
+        m_simulator.command(command);
+        const std::string fault = m_cosim_run ? m_cosim_run->fault() : std::string();
+        if (m_stopped)
+            m_text.end_capture();
+        m_stopped = false;
+        int code = m_gave_up || !fault.empty() ? static_cast<int>(CKT_ANALYSIS_FAILED) : status();
         m_text.flush();
         if (code != CKT_GOOD) {
-            tell_failure(analysis);
-        } else if (!write(analysis)) {
+            tell_failure(analysis, fault.empty() ? m_text.reason() : fault);
+        } else if (!write(analysis, start)) {
             m_messages.error(
                 fmt::format("{}: the analysis \".{}\" gave no points", analysis.place, analysis.command));
             code = CKT_ANALYSIS_FAILED;
         }
         m_simulator.command("destroy all");
-        m_progress.end_analysis();
         return code;
     }
 
@@ -253,8 +362,7 @@ private:
         return CKT_ANALYSIS_FAILED;
     }
 
-    void tell_failure(const Analysis& analysis) {
-        const std::string reason = m_text.reason();
+    void tell_failure(const Analysis& analysis, const std::string& reason) {
         m_messages.error(fmt::format("{}: the analysis \".{}\" failed{}{}", analysis.place, analysis.command,
                                      reason.empty() ? "" : ": ", reason));
     }
@@ -265,12 +373,14 @@ private:
         if (m_has_second_port &&
             ((of_matrix && !name.ends_with("_1_1")) || name.find(second_port) != name.npos))
             return true;
+        if (std::find(m_of_ports.begin(), m_of_ports.end(), name) != m_of_ports.end())
+            return true;
         return std::any_of(m_measured.begin(), m_measured.end(),
                            [&](const std::string& node) { return name == "v(" + node + ')'; });
     }
 
-    // False if the analysis has no results.
-    bool write(const Analysis& analysis) {
+    // Writes what there is from `start` [s] on. False if the analysis has no results.
+    bool write(const Analysis& analysis, double start) {
         std::vector<ResultPlot> plots;
         std::vector<std::string> ids = m_simulator.plots();
         std::reverse(ids.begin(), ids.end());
@@ -280,6 +390,8 @@ private:
                 continue;
             ResultPlot plot = collect_plot(m_simulator, id);
             std::erase_if(plot.vectors, [&](const ResultVector& vector) { return is_aid(vector.name); });
+            if (start > 0)
+                drop_points_before(plot, start);
             plot.title = header->second.title;
             plot.date = header->second.date;
             plot.name = header->second.name;
@@ -296,9 +408,27 @@ private:
         m_headers[plot.type] = {plot.title ? plot.title : "", plot.date ? plot.date : "",
                                 plot.name ? plot.name : ""};
         m_progress.plot_begins(plot);
+        if (m_cosim_run)
+            m_cosim_run->locate(plot);
     }
 
-    void point(const vecvaluesall& values) override { m_progress.point(values); }
+    void point(const vecvaluesall& values) override {
+        m_progress.point(values);
+        if (m_cosim_run && !m_cosim_run->point(values) && !m_stopped) {
+            m_stopped = true;
+            m_text.begin_capture(); // it says that it was told to stop
+            m_simulator.command(fmt::format("stop after {}", values.vecindex + 2));
+        }
+    }
+
+    double source_value(const char* name, double time) noexcept override {
+        return m_cosim_run ? m_cosim_run->source_value(name, time) : 0;
+    }
+
+    void limit_step(double time, double& step) noexcept override {
+        if (m_cosim_run)
+            m_cosim_run->limit(time, step);
+    }
 
     void refused(const std::string& what) noexcept override {
         m_messages.warning("the simulator wanted " + what + ", which it may not");
@@ -310,12 +440,18 @@ private:
     Progress m_progress;
     Netlist m_netlist;
     SimulatorText m_text;
+    const std::optional<CosimPlan> m_cosim;
+    const std::map<std::string, void*>& m_call_backs;
+    std::optional<CosimRun> m_cosim_run; // while its analysis runs
     Results m_results;
     std::vector<Analysis> m_analyses;
     std::vector<Port> m_ports;
     std::vector<std::string> m_measured;         // nodes
     std::map<std::string, PlotHeader> m_headers; // of the running analysis, by the plot's id
+    std::vector<std::string> m_of_ports; // vectors that are kept for the ports of a co-simulation only
     bool m_has_second_port = false;
+    bool m_only_driven = false; // every analysis is the co-simulated one
+    bool m_stopped = false;     // the running analysis was told to stop
     bool m_loaded = false;
     bool m_gave_up = false;
     Simulator m_simulator; // last: it talks to the others until it is unloaded

@@ -197,7 +197,7 @@ private:
         const auto first = words(text);
         if (!first.empty() &&
             (first[0] == ".end" || is_analysis(lower(first[0])) || text.starts_with(".include") ||
-             text.starts_with(".lib") || text.starts_with(".param")))
+             text.starts_with(".lib") || text.starts_with(".param") || text.starts_with("*%")))
             m_messages.warning(fmt::format(
                 "{}\"{}\" stands on the first line, which is the title and isn't read", place(cursor), text));
     }
@@ -220,6 +220,8 @@ private:
                 in_control = !starts_with_ignoring_case(text, ".endc");
                 continue;
             }
+            if (text.starts_with("*%"))
+                extension(cursor, text.substr(2));
             if (text.empty() || text.front() == '*' || text.front() == '#')
                 continue;
             const auto parts = words(without_comment(text));
@@ -266,6 +268,21 @@ private:
             m_messages.warning(place(cursor) + "the file ends inside a .control block");
         if (!section.empty())
             fail(cursor, fmt::format("the library section \"{}\" has no .endl", section));
+    }
+
+    // A line that a plain SPICE reader takes for a comment. Any other comment may begin like one, so that an unknown word is
+    // no error.
+    void extension(const Cursor& cursor, std::string_view text) {
+        const std::string card = lower(trim(without_comment(cleaned(text))));
+        const auto parts = words(card);
+        if (parts.empty())
+            return;
+        if (parts.front() == "cosim")
+            m_netlist.cosim.push_back({cursor.source.file, cursor.line, card});
+        else
+            m_messages.warning(
+                fmt::format("{}the line \"*% {}\" is skipped: \"{}\" isn't known here, \"cosim\" is",
+                            place(cursor), card, parts.front()));
     }
 
     // What follows a keyword, as one path: quoted text, else all up to a comment.

@@ -104,4 +104,22 @@ ResultPlot collect_plot(const Simulator& simulator, const std::string& id) {
     return plot;
 }
 
+void drop_points_before(ResultPlot& plot, double time) {
+    if (!plot.has_scale || !plot.vectors.front().real)
+        return;
+    const ResultVector& scale = plot.vectors.front();
+    const double* const begin = std::lower_bound(scale.real, scale.real + scale.length, time);
+    const auto dropped = static_cast<std::size_t>(begin - scale.real);
+    for (ResultVector& vector : plot.vectors) {
+        // One that is shorter repeats its last value.
+        const std::size_t skipped = std::min(dropped, vector.length - 1);
+        vector.length -= skipped;
+        if (vector.real)
+            vector.real += skipped;
+        else
+            vector.complex += skipped;
+    }
+    plot.points -= dropped;
+}
+
 } // namespace ckt

@@ -40,4 +40,7 @@ struct ResultPlot {
 // Collects the plot that the simulator calls `id` ("tran1"); title, date and name stay empty.
 ResultPlot collect_plot(const Simulator& simulator, const std::string& id);
 
+// Of a transient analysis, whose scale is the time [s].
+void drop_points_before(ResultPlot& plot, double time);
+
 } // namespace ckt

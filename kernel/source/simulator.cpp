@@ -164,6 +164,18 @@ int on_background(bool, int, void*) {
     return 0;
 }
 
+int on_source(double* value, double time, char* name, int, void* user) {
+    *value = static_cast<Simulator::Listener*>(user)->source_value(name, time);
+    return 0;
+}
+
+// The step is set before it is taken, at location 0; a step that is taken again is a smaller one of its own.
+int on_step(double time, double* step, double, int again, int, int location, void* user) {
+    if (location == 0 && again == 0)
+        static_cast<Simulator::Listener*>(user)->limit_step(time, *step);
+    return 0;
+}
+
 } // namespace
 
 Simulator::Simulator(Listener& listener) : m_listener(listener) {
@@ -181,6 +193,7 @@ Simulator::Simulator(Listener& listener) : m_listener(listener) {
         }
     };
     find(m_init, "ngSpice_Init");
+    find(m_init_sync, "ngSpice_Init_Sync");
     find(m_command, "ngSpice_Command");
     find(m_circ, "ngSpice_Circ");
     find(m_vector, "ngGet_Vec_Info");
@@ -245,6 +258,11 @@ void Simulator::guarded(Call call) {
     } catch (const ProcessEnd&) {
         m_ended = true;
     }
+}
+
+void Simulator::synchronise() {
+    int identity = 0; // copied by the simulator
+    guarded([&] { m_init_sync(on_source, on_source, on_step, &identity, &m_listener); });
 }
 
 void Simulator::set_input_folder(const std::string& folder) {

@@ -21,6 +21,10 @@ public:
         text(std::string_view line) noexcept = 0;             // "stdout " or "stderr " and one line of output
         virtual void plot_begins(const vecinfoall& plot) = 0; // an analysis is about to give points
         virtual void point(const vecvaluesall& values) = 0;   // one accepted point
+        // Only after `synchronise`. The value of a source that is declared "external" at a time point, and the step
+        // that the simulator would take from `time`, which may be made smaller.
+        virtual double source_value(const char* name, double time) noexcept = 0;
+        virtual void limit_step(double time, double& step) noexcept = 0;
         virtual void refused(const std::string& what) noexcept = 0; // something that ngspice may not do here
         virtual void gives_up() noexcept = 0; // an error that ngspice doesn't recover from
 
@@ -33,6 +37,9 @@ public:
     ~Simulator();
     Simulator(const Simulator&) = delete;
     Simulator& operator=(const Simulator&) = delete;
+
+    // From here on the listener is asked for the values of external sources, and for every step.
+    void synchronise();
 
     // Where code models look for the files that they name.
     void set_input_folder(const std::string& folder);
@@ -61,6 +68,7 @@ private:
     bool m_ended = false;
 
     decltype(&::ngSpice_Init) m_init = nullptr;
+    decltype(&::ngSpice_Init_Sync) m_init_sync = nullptr;
     decltype(&::ngSpice_Command) m_command = nullptr;
     decltype(&::ngSpice_Circ) m_circ = nullptr;
     decltype(&::ngGet_Vec_Info) m_vector = nullptr;

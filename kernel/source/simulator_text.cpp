@@ -46,7 +46,7 @@ std::string reworded(std::string_view reason) {
 
 // What the simulator says while all goes well, or says again in better words elsewhere.
 bool says_nothing(std::string_view line) {
-    constexpr std::array<std::string_view, 28> starts = {
+    constexpr std::array<std::string_view, 29> starts = {
         "Doing analysis at TEMP",
         "No. of Data Rows",
         "No. of Data Columns",
@@ -75,6 +75,7 @@ bool says_nothing(std::string_view line) {
         "Error: there aren't any circuits loaded",
         "Error: ngspice.dll cannot recover",
         "Please check your input netlist",
+        "Warning: losing old state for circuit", // of an analysis that was stopped
     };
     return line.ends_with("simulation(s) aborted") ||
            std::any_of(starts.begin(), starts.end(),

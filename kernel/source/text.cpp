@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <utility>
 
 namespace ckt {
 
@@ -64,14 +63,19 @@ std::optional<double> spice_number(std::string_view text) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc{})
         return std::nullopt;
-    constexpr std::pair<std::string_view, double> suffixes[] = {
-        {"meg", 1e6}, {"mil", 25.4e-6}, {"t", 1e12},  {"g", 1e9},   {"k", 1e3},   {"m", 1e-3},
-        {"u", 1e-6},  {"n", 1e-9},      {"p", 1e-12}, {"f", 1e-15}, {"a", 1e-18},
+    // Small units divide by a whole power of ten, so that "3n" is the number that "3e-9" is.
+    struct Suffix {
+        std::string_view text;
+        double factor, divisor;
+    };
+    constexpr Suffix suffixes[] = {
+        {"meg", 1e6, 1}, {"mil", 25.4, 1e6}, {"t", 1e12, 1}, {"g", 1e9, 1},  {"k", 1e3, 1},  {"m", 1, 1e3},
+        {"u", 1, 1e6},   {"n", 1, 1e9},      {"p", 1, 1e12}, {"f", 1, 1e15}, {"a", 1, 1e18},
     };
     const std::string_view rest = text.substr(static_cast<std::size_t>(end - text.data()));
-    for (const auto& [suffix, factor] : suffixes)
-        if (starts_with_ignoring_case(rest, suffix))
-            return value * factor;
+    for (const Suffix& suffix : suffixes)
+        if (starts_with_ignoring_case(rest, suffix.text))
+            return value * suffix.factor / suffix.divisor;
     return value;
 }
 

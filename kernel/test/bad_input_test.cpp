@@ -138,6 +138,83 @@ INSTANTIATE_TEST_SUITE_P(
         BadInput{"poles of resistors", good + ".pz a 0 a 0 vol pol\n", CKT_BAD_NETLIST, CKT_ERROR,
                  "t.cir:4: a circuit without a capacitor"}));
 
+const std::string cosim_source = "*% cosim source 0 V1\n"; // line 4
+const std::string cosim_port = "*% cosim port 0 v(a)\n";   // line 5
+const std::string cosim = good + cosim_source + cosim_port;
+
+INSTANTIATE_TEST_SUITE_P(
+    Cosimulation, BadNetlist,
+    testing::Values(
+        BadInput{
+            "unknown word", cosim + "*% cosim stop 1n\n.tran 1n 1u\n", CKT_BAD_NETLIST, CKT_ERROR,
+            "t.cir:6: \"cosim stop 1n\": \"step\", \"source\" or \"port\" is expected after \"cosim\", found "
+            "\"stop\""},
+        BadInput{"nothing behind cosim", cosim + "*% cosim\n.tran 1n 1u\n", CKT_BAD_NETLIST, CKT_ERROR,
+                 "t.cir:6: \"cosim\": \"step\""},
+        BadInput{"another word", good + "*% cosin step 1n\n.op\n", CKT_GOOD, CKT_WARNING,
+                 "t.cir:4: the line \"*% cosin step 1n\" is skipped"},
+        BadInput{"step of 0", cosim + "*% cosim step 0\n.tran 1n 1u\n", CKT_BAD_NETLIST, CKT_ERROR,
+                 "t.cir:6: \"cosim step 0\": the step is \"0\", a time above 0 is expected"},
+        BadInput{"step below 0", cosim + "*% cosim step -1n\n.tran 1n 1u\n", CKT_BAD_NETLIST, CKT_ERROR,
+                 "the step is \"-1n\", a time above 0 is expected"},
+        BadInput{"step of words", cosim + "*% cosim step soon\n.tran 1n 1u\n", CKT_BAD_NETLIST, CKT_ERROR,
+                 "the step is \"soon\", a time above 0 is expected"},
+        BadInput{"step with a remainder", cosim + "*% cosim step 1n*2\n.tran 1n 1u\n", CKT_BAD_NETLIST,
+                 CKT_ERROR, "the step is \"1n*2\", a time above 0 is expected"},
+        BadInput{"no step", cosim + "*% cosim step\n.tran 1n 1u\n", CKT_BAD_NETLIST, CKT_ERROR,
+                 "t.cir:6: \"cosim step\": expected \"cosim step TIME\""},
+        BadInput{"two steps", cosim + "*% cosim step 1n\n*% cosim step 2n\n.tran 1n 1u\n", CKT_BAD_NETLIST,
+                 CKT_ERROR, "t.cir:7: \"cosim step 2n\": the step is given already at"},
+        BadInput{"steps too small to tell apart", cosim + "*% cosim step 1e-18\n.tran 1n 1u\n",
+                 CKT_BAD_NETLIST, CKT_ERROR, "t.cir:6: 1e-06 s in steps of 1e-18 s can't be co-simulated"},
+        BadInput{"source of another kind", good + "*% cosim source 0 R1\n.tran 1n 1u\n", CKT_BAD_NETLIST,
+                 CKT_ERROR,
+                 "t.cir:4: \"cosim source 0 r1\": the circuit has no voltage or current source \"r1\""},
+        BadInput{"source in a subcircuit",
+                 good + "*% cosim source 0 V2\n.subckt s a\nV2 a 0 1\n.ends\n.tran 1n 1u\n", CKT_BAD_NETLIST,
+                 CKT_ERROR, "has no voltage or current source \"v2\" outside its subcircuits"},
+        BadInput{"source without a number", good + "*% cosim source V1\n.tran 1n 1u\n", CKT_BAD_NETLIST,
+                 CKT_ERROR, "t.cir:4: \"cosim source v1\": expected \"cosim source NUMBER DEVICE\""},
+        BadInput{"number of words", good + "*% cosim source one V1\n.tran 1n 1u\n", CKT_BAD_NETLIST,
+                 CKT_ERROR, "the number is \"one\", one from 0 to 9999 is expected"},
+        BadInput{"number below 0", good + "*% cosim source -1 V1\n.tran 1n 1u\n", CKT_BAD_NETLIST, CKT_ERROR,
+                 "the number is \"-1\""},
+        BadInput{"number too large", good + "*% cosim source 99999999999 V1\n.tran 1n 1u\n", CKT_BAD_NETLIST,
+                 CKT_ERROR, "the number is \"99999999999\""},
+        BadInput{
+            "source number twice",
+            "title\nV1 a 0 1\nV2 b a 1\nR1 b 0 1\n" + cosim_source + "*% cosim source 0 V2\n.tran 1n 1u\n",
+            CKT_BAD_NETLIST, CKT_ERROR, "t.cir:6: \"cosim source 0 v2\": there is a source 0 already, at"},
+        BadInput{"device driven twice", cosim + "*% cosim source 1 v1\n.tran 1n 1u\n", CKT_BAD_NETLIST,
+                 CKT_ERROR, "t.cir:6: \"cosim source 1 v1\": \"v1\" is driven by source 0 already, at"},
+        BadInput{"gap in the ports", cosim + "*% cosim port 2 v(a)\n.tran 1n 1u\n", CKT_BAD_NETLIST,
+                 CKT_ERROR, "t.cir:6: there is a port 2, but no port 1"},
+        BadInput{"sources from 1", good + "*% cosim source 1 V1\n" + cosim_port + ".tran 1n 1u\n",
+                 CKT_BAD_NETLIST, CKT_ERROR, "t.cir:4: there is a source 1, but no source 0"},
+        BadInput{"no port", good + cosim_source + ".tran 1n 1u\n", CKT_BAD_NETLIST, CKT_ERROR,
+                 "t.cir:4: a co-simulation has at least \"cosim port 0\", found none"},
+        BadInput{"port without a value", good + cosim_source + "*% cosim port 0\n.tran 1n 1u\n",
+                 CKT_BAD_NETLIST, CKT_ERROR,
+                 "t.cir:5: \"cosim port 0\": expected \"cosim port NUMBER VALUE\""},
+        BadInput{"port of three values",
+                 good + cosim_source + "*% cosim port 0 v(a) v(a) v(a)\n.tran 1n 1u\n", CKT_BAD_NETLIST,
+                 CKT_ERROR, "t.cir:5: \"cosim port 0 v(a) v(a) v(a)\": expected"},
+        BadInput{"power of a port", good + cosim_source + "*% cosim port 0 p(R1)\n.tran 1n 1u\n",
+                 CKT_BAD_NETLIST, CKT_ERROR,
+                 "\"p(r1)\" is no value of a port, v(NODE), v(NODE,NODE) or i(SOURCE)"},
+        BadInput{"port left open", good + cosim_source + "*% cosim port 0 v(a\n.tran 1n 1u\n",
+                 CKT_BAD_NETLIST, CKT_ERROR, "\"v(a\" is no value of a port"},
+        BadInput{"port of nothing", good + cosim_source + "*% cosim port 0 v(,a)\n.tran 1n 1u\n",
+                 CKT_BAD_NETLIST, CKT_ERROR, "\"v(,a)\" is no value of a port"},
+        BadInput{"no transient analysis", cosim + ".op\n", CKT_BAD_NETLIST, CKT_ERROR,
+                 "t.cir:4: a co-simulation is asked for, but there is no .tran"},
+        BadInput{"two transient analyses", cosim + ".tran 1n 1u\n.tran 2n 1u\n", CKT_BAD_NETLIST, CKT_ERROR,
+                 "t.cir:7: a co-simulation has one .tran, there is one already at"},
+        BadInput{"nobody to ask", cosim + ".tran 1n 1u\n", CKT_ANALYSIS_FAILED, CKT_ERROR,
+                 "t.cir:6: the analysis \".tran 1n 1u\" failed: its sources are driven by a client's "
+                 "simulator, and "
+                 "there is no client here (no \"SystemCosimSource\")"}));
+
 // What would leave the simulator: run a program, write a file, end the process.
 INSTANTIATE_TEST_SUITE_P(Escapes, BadNetlist,
                          testing::Values(BadInput{"shell in a saved vector",

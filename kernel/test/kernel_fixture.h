@@ -74,6 +74,7 @@ protected:
         find(set_project_path, "set_project_path");
         find(set_progress_call_back, "set_progress_call_back");
         find(set_error_call_back, "set_error_call_back");
+        find(set_cosim_call_back, "set_cosim_call_back");
         find(analyze, "analyze");
         find(run_sim, "run_sim");
         set_project_path(folder.c_str());
@@ -150,6 +151,7 @@ protected:
     decltype(&::set_project_path) set_project_path = nullptr;
     decltype(&::set_progress_call_back) set_progress_call_back = nullptr;
     decltype(&::set_error_call_back) set_error_call_back = nullptr;
+    decltype(&::set_cosim_call_back) set_cosim_call_back = nullptr;
     decltype(&::analyze) analyze = nullptr;
     decltype(&::run_sim) run_sim = nullptr;
 
