@@ -13,7 +13,8 @@
 // This class stores, reads and reports; the conversions among S, Y and Z stand in its children, which know the
 // reference impedances. Nothing throws for what the data is, and no message is posted. Frequencies are in hertz,
 // distances in metres, delays in seconds, impedances in ohms. A point and the pointers that it hands out belong to
-// one thread at a time; a pointer to a matrix is good until the point changes.
+// one thread at a time; a pointer to a matrix is good until the point changes. Each thread that converts keeps room for
+// two matrices.
 #pragma once
 
 #include <matrix/cmat.h>
@@ -51,6 +52,7 @@ public:
     CNetworkData& operator=(const CNetworkData& other);
     ~CNetworkData() override;
 
+    AString& ToBinaryText(AString& out) const override;
     AString GetBlockName() const override; // "DataPoint"
     // ReadFromBlock, or 0 if WriteToBlock gave true and 1 if not.
     std::int32_t TransferBlock(io::CBlock& block, bool read) override;

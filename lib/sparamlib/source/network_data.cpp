@@ -44,6 +44,12 @@ CNetworkData& CNetworkData::operator=(const CNetworkData& other) {
     return *this;
 }
 
+// The tree that is measured is the one that is written: making it is the greater part of the work.
+AString& CNetworkData::ToBinaryText(AString& out) const {
+    io::CBlockItemPtr item;
+    return GetItem(item)->ToBinaryText(out);
+}
+
 AString CNetworkData::GetBlockName() const {
     return u"DataPoint";
 }

@@ -253,11 +253,12 @@ bool CNetworkModalData::Renormalize(const ComplexVector& impedances) {
     const int n = GetMatrixSize();
     if (!HasSize(*y, n) || !HasSize(*m_PortImpedance, n))
         return false;
-    ComplexVector rows;
-    if (impedances.Size() == n)
-        rows = impedances;
-    else if (!m_Owner || !m_Owner->HasMultipleModes() || !SpreadOverRows(*m_Owner, impedances, n, rows))
+    ComplexVector spread;
+    const bool isForRows = impedances.Size() == n;
+    if (!isForRows &&
+        (!m_Owner || !m_Owner->HasMultipleModes() || !SpreadOverRows(*m_Owner, impedances, n, spread)))
         return false;
+    const ComplexVector& rows = isForRows ? impedances : spread;
     for (int i = 0; i < n; ++i) {
         if (IsNewImpedance(rows[i]))
             (*m_PortImpedance)[i] = rows[i];
