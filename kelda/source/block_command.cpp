@@ -1,7 +1,9 @@
 #include "block_command.h"
 
 #include "block_file.h"
+#include "deliver.h"
 #include "exit_status.h"
+#include "name_path.h"
 #include "output.h"
 
 #include <streamio/token_grammar_default.h>
@@ -10,9 +12,7 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
-#include <cerrno>
 #include <cstring>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -38,35 +38,9 @@ struct Options {
     bool json = false;
 };
 
-int Fail(const std::string& reason) {
-    Output err(STDERR_FILENO);
-    err.Write("kelda: " + reason + "\n");
-    err.Flush();
-    return kWorkFailed;
-}
-
 void PutErrors(const BlockFile& file, const std::vector<BlockError>& errors, Output& out) {
     for (const BlockError& error : errors)
         out.Write(file.Name() + ":" + std::to_string(error.line) + ": " + error.text + "\n");
-}
-
-// To a file or, for "-", to standard output. `status` if all went well.
-int Deliver(const std::string& bytes, const std::string& name, int status) {
-    const bool standard = name == "-";
-    const int file =
-        standard ? STDOUT_FILENO : open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (file < 0)
-        return Fail(name + ": " + std::strerror(errno));
-    Output out(file);
-    out.Write(bytes);
-    out.Flush();
-    int error = out.Error();
-    if (!standard && close(file) != 0 && error == 0)
-        error = errno;
-    if (error == 0 || (standard && error == EPIPE))
-        return status;
-    return Fail("can't write to " + (standard ? std::string("standard output") : name) + ": " +
-                std::strerror(error));
 }
 
 int Check(const Options& options) {
@@ -120,18 +94,6 @@ int Show(const Options& options) {
     return Deliver(WriteItems(items, format), options.output, status);
 }
 
-// The names of a path, divided by "/"; a backslash takes the next character as it is.
-std::vector<std::string> Names(const std::string& path) {
-    std::vector<std::string> names(1);
-    for (std::size_t i = 0; i < path.size(); ++i) {
-        if (path[i] == '/')
-            names.emplace_back();
-        else
-            names.back() += path[i] == '\\' && i + 1 < path.size() ? path[++i] : path[i];
-    }
-    return names;
-}
-
 int Get(const Options& options) {
     const BlockFile file(options.file);
     int status = kDone;
@@ -141,7 +103,7 @@ int Get(const Options& options) {
     io::CBlockItemPtr found;
     io::CBlock* block = &root;
     std::string reached;
-    for (const std::string& name : Names(options.path)) {
+    for (const std::string& name : NamesOfPath(options.path)) {
         if (!block)
             return Fail(file.Name() + ": " + reached + " is no block and holds no " + name);
         const auto position = block->Find(FromUtf8(name));
@@ -166,7 +128,7 @@ int WriteIndex(const Options& options) {
 int Find(const Options& options) {
     const BlockFile file(options.file);
     AString path;
-    for (const std::string& name : Names(options.path)) {
+    for (const std::string& name : NamesOfPath(options.path)) {
         if (!path.empty())
             path += u'\t';
         path += FromUtf8(name);
@@ -239,9 +201,7 @@ void AddBlockCommand(CLI::App& app, int& status) {
 
     CLI::App* get = add("get", "Write one item, found by the names on the way to it",
                         "get result.sol SolutionData/DataPoint/Frequency", Get);
-    get->add_option("PATH", options->path,
-                    "Names divided by /; a backslash takes the next character as it is")
-        ->required();
+    get->add_option("PATH", options->path, kNamePathHelp)->required();
     addOutput(get);
 
     CLI::App* index = add("index", "Write the text with an index of its blocks",
@@ -251,8 +211,6 @@ void AddBlockCommand(CLI::App& app, int& status) {
 
     CLI::App* find = add("find", "Write one block, reached through the index",
                          "find indexed.sol SolutionData/DataPoint", Find);
-    find->add_option("PATH", options->path,
-                     "Names divided by /; a backslash takes the next character as it is")
-        ->required();
+    find->add_option("PATH", options->path, kNamePathHelp)->required();
     addOutput(find);
 }

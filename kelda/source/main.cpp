@@ -1,6 +1,7 @@
 // kelda, the command-line client.
 
 #include "block_command.h"
+#include "config_command.h"
 #include "exit_status.h"
 #include "output.h"
 #include "run_command.h"
@@ -40,6 +41,7 @@ int Main(int argc, char** argv) {
     int status = kDone;
     AddRunCommand(app, status);
     AddBlockCommand(app, status);
+    AddConfigCommand(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& wish) { // help or the version is asked for

@@ -1,5 +1,6 @@
 #include "job_report.h"
 
+#include "printable.h"
 #include "progress_bar.h"
 
 #include <fmt/format.h>
@@ -8,27 +9,6 @@
 #include <vector>
 
 namespace {
-
-// What a message holds comes from files of strangers: nothing in it may steer the terminal.
-AString Printable(const AString& text) {
-    AString printable;
-    for (wchar16 c : text) {
-        if ((c < 0x20 && c != u'\n' && c != u'\t') || (c >= 0x7F && c < 0xA0)) {
-            AString code;
-            code.Format(u"\\x%02x", static_cast<unsigned>(c));
-            printable += code;
-        } else {
-            printable += c;
-        }
-    }
-    return printable;
-}
-
-std::string PrintableUtf8(const std::string& text) {
-    AString units;
-    units.Assign(kEncodingUtf8, text.data(), static_cast<int>(text.size()));
-    return std::string(Printable(units).ToNarrow(kEncodingUtf8));
-}
 
 std::string Duration(double seconds) {
     constexpr double kMinute = 60;
@@ -42,12 +22,12 @@ public:
 
     void Started(const StartedJob& job) override {
         if (m_Detail == Detail::kVerbose)
-            Line(fmt::format("job {}: {}, results to {}", job.handle, PrintableUtf8(job.circuit),
-                             PrintableUtf8(job.project)));
+            Line(fmt::format("job {}: {}, results to {}", job.handle, Printable(job.circuit),
+                             Printable(job.project)));
     }
 
     void Message(const MessageText& message) override {
-        std::string text(Printable(message.text).ToNarrow(kEncodingUtf8));
+        std::string text = Printable(message.text);
         switch (message.severity) {
         case kSeverityWarning:
             Line(Label("warning: ", "\x1b[1;35m") + text);
@@ -65,7 +45,7 @@ public:
     void Result(const std::string& path) override {
         m_Results.push_back(path);
         if (m_Detail == Detail::kVerbose)
-            Line("result file: " + PrintableUtf8(path));
+            Line("result file: " + Printable(path));
     }
 
     void Refresh(double progress) override {
@@ -125,7 +105,7 @@ private:
         if (m_Detail == Detail::kQuiet)
             return;
         for (const std::string& path : m_Results)
-            m_Out.Write((m_Out.IsTerminal() ? PrintableUtf8(path) : path) + "\n");
+            m_Out.Write((m_Out.IsTerminal() ? Printable(path) : path) + "\n");
     }
 
     Output& m_Out;
