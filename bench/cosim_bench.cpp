@@ -18,6 +18,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -242,10 +243,17 @@ void Messages() {
                message.Median() / progress.Median(), message.Best() / progress.Best());
 }
 
+struct Part {
+    std::string_view name;
+    void (*run)();
+};
+constexpr Part kParts[] = {{"lockstep", LockStep}, {"throughput", Throughput}, {"messages", Messages}};
+
 } // namespace
 
-int main() {
-    LockStep();
-    Throughput();
-    Messages();
+// With arguments: only the parts that they name.
+int main(int argc, char** argv) {
+    for (const Part& part : kParts)
+        if (argc == 1 || std::find(argv + 1, argv + argc, part.name) != argv + argc)
+            part.run();
 }

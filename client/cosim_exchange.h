@@ -13,6 +13,9 @@
 //       exchange->Deliver(*engine, sources);         // 4. the next block; the job stands still until it comes
 //   }
 //
+// A simulator that is quick needs no thread of its own: a progress interface may compute the next block within its
+// PutCosimPortData and deliver it from there. The block then travels with the callback's answer, in one trip instead of two.
+//
 // The job consumes one block at a time. A block that is delivered before the one ahead of it has been consumed is kept for
 // the job; a further one replaces it, and the client is told so in a message.
 //

@@ -4,8 +4,8 @@
 // the ports, time step by time step; when the block is used up the port values go to the client, and the kernel's next
 // question waits for the next block. A block that comes earlier is kept until the kernel asks for it.
 //
-// Threads: Deliver belongs to the thread that serves the client, Wake to any; all else to the thread of the running job.
-// The two sides share the delivered block and nothing more, behind one lock, which is taken once a block and not once a step.
+// Threads: any thread may call Deliver and Wake; all else belongs to the thread of the running job. The two sides share the
+// delivered block and nothing more, behind one lock, which is taken once a block and not once a step.
 #pragma once
 
 #include <trancosimlib/cosimportdata.h>
@@ -90,7 +90,8 @@ private:
     bool m_TookPart = false; // the job has taken a block
     bool m_Failed = false;
 
-    COSIMSRCDATA m_Read; // storage for the next block to be read; the client's side only
+    std::mutex m_Reading;
+    COSIMSRCDATA m_Read; // storage for the next block to be read
 
     std::mutex m_Mutex;
     std::condition_variable m_Changed;
@@ -101,6 +102,9 @@ private:
 
 // The one of the process.
 CosimBridge& ProcessCosimBridge();
+
+// Delivers a block to it and posts what the client is to be told.
+void DeliverCosimBlock(BSTR text, std::int32_t job);
 
 // Registers the bridge's callbacks with a kernel.
 void RegisterCosimCallBacks(decltype(&::set_cosim_call_back) set_cosim_call_back);

@@ -9,11 +9,15 @@
 
 #include <platform/unknown.h>
 
+#include <functional>
+
 namespace transport {
 
 struct CallbackChannels {
     Channel& calls;     // for the thread that serves the client's calls
     Channel& callbacks; // for any other
+    // Takes a block of source samples that came with the answer to PutCosimPortData, on the thread that made the call.
+    std::function<void(BSTR)> sourceBlock = [](BSTR) {};
 };
 
 // Number 0 stands for no object.

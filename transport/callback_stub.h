@@ -23,6 +23,11 @@ public:
     // calls it; 0 for null.
     std::uint32_t Register(Object object);
 
+    // From within PutCosimPortData: a source block for the engine, which is copied and goes along with the callback's answer, so
+    // that it needs no trip of its own. False, and nothing is done, on a thread that isn't within that callback, or where
+    // its answer has a block already.
+    bool AnswerWithBlock(BSTR block);
+
     // No callback reaches an object any more, and all references are dropped.
     void Close();
 
@@ -30,6 +35,8 @@ public:
     void ObjectReleased(std::uint32_t object) override;
 
 private:
+    Answer ServePut(IKeldaProgressInterface& progress, BSTR data) const;
+
     std::mutex m_Mutex;
     std::unordered_map<std::uint32_t, Object> m_Objects;
     std::uint32_t m_LastNumber = 0;

@@ -56,7 +56,7 @@ struct Frame {
 struct Reply {
     result @0 :Int32;  # the HRESULT
     value @1 :Int32;   # the method's [out] number
-    text @2 :Text;     # the method's [in, out] text
+    text @2 :Text;     # the method's [in, out] text; of PutCosimPortData a source block that the client delivered within it
     ending @3 :Bool;   # the engine process ends with this answer; the client is to close the connection
 }
 

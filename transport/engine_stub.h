@@ -18,7 +18,7 @@ public:
         : m_Engine(engine), m_Resume(std::move(resume)) {}
 
     // To be called before the first call is served; the channels outlive every callback object.
-    void Connect(CallbackChannels channels) { m_Channels.emplace(channels); }
+    void Connect(CallbackChannels channels) { m_Channels.emplace(std::move(channels)); }
 
     // Marks every answer from now on as the last: the client is to close, and the process will end.
     void SetEnding() { m_Ending = true; }

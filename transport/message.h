@@ -12,7 +12,7 @@
 namespace transport {
 
 // Raised whenever the schema changes in a way that an older end would misread.
-inline constexpr std::uint32_t kProtocolVersion = 1;
+inline constexpr std::uint32_t kProtocolVersion = 2;
 
 inline constexpr std::size_t kMaxTexts = 7; // of GetFieldSolverData
 

@@ -42,6 +42,7 @@ std::int32_t Index(const char* name) {
 } // namespace
 
 CosimBridge::Remark CosimBridge::Deliver(BSTR text, std::int32_t job) {
+    std::lock_guard reading(m_Reading);
     std::string fault = "it isn't a time step, a number of sources, a number of samples and that many values";
     if (m_Read.FromText(AString(text, SysStringLen(text))))
         fault = m_Read.Fault();
@@ -268,6 +269,12 @@ CosimBridge& ProcessCosimBridge() {
     // Never destroyed: a worker may still wait in it when the process leaves.
     static CosimBridge& bridge = *new CosimBridge;
     return bridge;
+}
+
+void DeliverCosimBlock(BSTR text, std::int32_t job) {
+    CosimBridge::Remark remark = ProcessCosimBridge().Deliver(text, job);
+    if (!remark.text.empty())
+        PostText(remark.refused ? kSeverityError : kSeverityWarning, AString(remark.text));
 }
 
 extern "C" {

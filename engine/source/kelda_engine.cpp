@@ -99,8 +99,6 @@ HRESULT CKeldaEngine::SendCosimPortData(BSTR) {
 }
 
 HRESULT CKeldaEngine::SendCosimSourceData(BSTR sourceData) {
-    CosimBridge::Remark remark = ProcessCosimBridge().Deliver(sourceData, m_procid);
-    if (!remark.text.empty())
-        PostText(remark.refused ? kSeverityError : kSeverityWarning, AString(remark.text));
+    DeliverCosimBlock(sourceData, m_procid);
     return S_OK;
 }

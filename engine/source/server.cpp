@@ -1,6 +1,9 @@
 #include <engine/server.h>
 
 #include <engine/class_object.h>
+#include <engine/cosim_bridge.h>
+#include <engine/job_control.h>
+#include <engine/job_state.h>
 #include <engine/kelda_analysis.h>
 #include <engine/kelda_engine.h>
 #include <engine/server_module.h>
@@ -34,6 +37,12 @@ bool IsSocket(int descriptor) {
     return getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &size) == 0 && type == SOCK_STREAM;
 }
 
+// On the thread of a job whose client has answered a port block by the next source block.
+void DeliverAnsweredBlock(BSTR block) {
+    if (const JobControl* control = ProcessJobState().control)
+        DeliverCosimBlock(block, control->Procid());
+}
+
 // The message loop: serves the client's calls on this thread until the module's monitor says that it is over.
 class ClientLoop {
 public:
@@ -41,7 +50,7 @@ public:
         : m_Quit(eventfd(0, EFD_CLOEXEC)), m_Engine(Services()), m_ClassObject(m_Engine),
           m_Stub(m_Engine, [this](std::int32_t procid) { m_Engine.Resume(procid); }),
           m_Calls(std::move(sockets.calls), m_Stub), m_Callbacks(std::move(sockets.callbacks), m_Stub) {
-        m_Stub.Connect({m_Calls, m_Callbacks});
+        m_Stub.Connect({m_Calls, m_Callbacks, DeliverAnsweredBlock});
         m_Module.StartMonitor([quit = m_Quit.Get()] {
             std::uint64_t one = 1;
             while (write(quit, &one, sizeof one) < 0 && errno == EINTR) {

@@ -10,17 +10,18 @@ namespace {
 // The engine's share in one object of the client, held by all its proxies.
 class RemoteObject {
 public:
-    RemoteObject(CallbackChannels channels, std::uint32_t number) : m_Channels(channels), m_Number(number) {}
+    RemoteObject(CallbackChannels channels, std::uint32_t number)
+        : m_Channels(std::move(channels)), m_Number(number) {}
     RemoteObject(const RemoteObject&) = delete;
     RemoteObject& operator=(const RemoteObject&) = delete;
     ~RemoteObject() { m_Channels.callbacks.Release(m_Number); }
 
-    CallbackChannels Channels() const { return m_Channels; }
+    const CallbackChannels& Channels() const { return m_Channels; }
     std::uint32_t Number() const { return m_Number; }
 
 private:
-    CallbackChannels m_Channels;
-    std::uint32_t m_Number;
+    const CallbackChannels m_Channels;
+    const std::uint32_t m_Number;
 };
 
 template <class Interface, class Derived>
@@ -66,6 +67,8 @@ protected:
         call.object = m_Remote->Number();
         return m_Channel.Call(call, reply);
     }
+
+    const CallbackChannels& Channels() const { return m_Remote->Channels(); }
 
     HRESULT CallWithText(Kind kind, BSTR text) {
         OutgoingMessage call;
@@ -130,7 +133,13 @@ public:
         return result;
     }
     HRESULT PutCosimPortData(BSTR port_data) override {
-        return CallWithText(Kind::kPutCosimPortData, port_data);
+        OutgoingMessage call;
+        call.texts[0] = port_data;
+        IncomingMessage reply;
+        HRESULT result = Call(Kind::kPutCosimPortData, call, reply);
+        if (BSTR block = reply.texts[0].Get())
+            Channels().sourceBlock(block);
+        return result;
     }
 };
 
@@ -172,20 +181,21 @@ template <class ProxyClass, class Interface>
 platform::InterfacePtr<Interface> Make(CallbackChannels channels, std::uint32_t number) {
     if (number == 0)
         return {};
-    auto remote = std::make_shared<RemoteObject>(channels, number);
-    return platform::InterfacePtr<Interface>::Adopt(new ProxyClass(channels.calls, std::move(remote)));
+    Channel& calls = channels.calls;
+    auto remote = std::make_shared<RemoteObject>(std::move(channels), number);
+    return platform::InterfacePtr<Interface>::Adopt(new ProxyClass(calls, std::move(remote)));
 }
 
 } // namespace
 
 platform::InterfacePtr<IKeldaProgressInterface> MakeProgressProxy(CallbackChannels channels,
                                                                   std::uint32_t number) {
-    return Make<ProgressProxy, IKeldaProgressInterface>(channels, number);
+    return Make<ProgressProxy, IKeldaProgressInterface>(std::move(channels), number);
 }
 
 platform::InterfacePtr<IKeldaSolutionInterface> MakeSolutionProxy(CallbackChannels channels,
                                                                   std::uint32_t number) {
-    return Make<SolutionProxy, IKeldaSolutionInterface>(channels, number);
+    return Make<SolutionProxy, IKeldaSolutionInterface>(std::move(channels), number);
 }
 
 } // namespace transport

@@ -3,6 +3,13 @@
 namespace transport {
 namespace {
 
+// The PutCosimPortData that the thread is within.
+struct PutCall {
+    const CallbackStub* stub = nullptr;
+    platform::UniqueBstr block;
+};
+thread_local PutCall* t_PutCall = nullptr;
+
 Answer ServeProgress(IKeldaProgressInterface& progress, IncomingMessage& call) {
     Answer answer;
     BSTR text = call.texts[0].Get();
@@ -19,9 +26,6 @@ Answer ServeProgress(IKeldaProgressInterface& progress, IncomingMessage& call) {
     case Kind::kBounceOrvaneMessage:
         answer.text = std::move(call.texts[0]);
         answer.result = progress.BounceOrvaneMessage(answer.text.Address());
-        break;
-    case Kind::kPutCosimPortData:
-        answer.result = progress.PutCosimPortData(text);
         break;
     default:
         answer.result = E_NOTIMPL;
@@ -68,6 +72,26 @@ void CallbackStub::Close() {
     objects.swap(m_Objects);
 }
 
+Answer CallbackStub::ServePut(IKeldaProgressInterface& progress, BSTR data) const {
+    PutCall call{this, {}};
+    struct Within {
+        explicit Within(PutCall& own) : outer(std::exchange(t_PutCall, &own)) {}
+        ~Within() { t_PutCall = outer; }
+        PutCall* const outer;
+    } within(call);
+    Answer answer;
+    answer.result = progress.PutCosimPortData(data);
+    answer.text = std::move(call.block);
+    return answer;
+}
+
+bool CallbackStub::AnswerWithBlock(BSTR block) {
+    if (!t_PutCall || t_PutCall->stub != this || t_PutCall->block.Get())
+        return false;
+    t_PutCall->block = platform::UniqueBstr::Adopt(SysAllocStringLen(block, SysStringLen(block)));
+    return t_PutCall->block.Get() != nullptr;
+}
+
 Answer CallbackStub::Serve(IncomingMessage& call) {
     Object object;
     {
@@ -82,7 +106,8 @@ Answer CallbackStub::Serve(IncomingMessage& call) {
     }
     // An object that the client's code frees in a callback stays until the callback has returned.
     if (auto* progress = std::get_if<0>(&object))
-        return ServeProgress(**progress, call);
+        return call.kind == Kind::kPutCosimPortData ? ServePut(**progress, call.texts[0].Get())
+                                                    : ServeProgress(**progress, call);
     return ServeSolution(*std::get<1>(object), call);
 }
 

@@ -37,7 +37,8 @@ HRESULT EngineProxy::SendCosimPortData(BSTR portData) {
 }
 
 HRESULT EngineProxy::SendCosimSourceData(BSTR sourceData) {
-    return CallWithText(Kind::kSendCosimSourceData, sourceData);
+    return m_Callbacks.AnswerWithBlock(sourceData) ? S_OK
+                                                   : CallWithText(Kind::kSendCosimSourceData, sourceData);
 }
 
 HRESULT EngineProxy::CallWithText(Kind kind, BSTR text) {
