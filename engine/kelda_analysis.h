@@ -9,9 +9,10 @@
 #include <engine/kernel_library.h>
 
 #include <keldasimenginelib/keldasimenginelib.h>
+#include <registry/registry_access.h>
 #include <stringutils/astring.h>
 
-class CKeldaAnalysis final : public MessageManager, public ClientMessages {
+class CKeldaAnalysis final : public MessageManager, public ClientMessages, public RegistryAccess {
 public:
     // Both interfaces may be null and outlive the object. `control` is null where nobody can abort the job.
     CKeldaAnalysis(IKeldaProgressInterface* pProgress, IKeldaSolutionInterface* pSolution,

@@ -92,6 +92,17 @@ TEST(MessageTest, EveryKindOfArgumentHasItsText) {
         std::string kind = "argtype" + std::to_string(index) + (index == 2 ? "=2" : "=5");
         EXPECT_NE(again.find(kind), std::string::npos) << again;
     }
+    // And another language says it in an order of its own.
+    Formats german;
+    german.formats = {{kPlainTextMessage, AString(u"%7, %6, %5, %4, %3, %2 und %1!5d!")},
+                      {kTrueMessage, AString(u"wahr")}};
+    AString error;
+    ASSERT_TRUE(read.BuildMessage(error, &german)) << Narrow(error);
+    auto list = [&texts](const char* truth) {
+        return std::string(texts[6]) + ", x, " + texts[4] + ", " + texts[3] + ", " + truth + ", " + texts[1] +
+               " und    -5";
+    };
+    EXPECT_EQ(Narrow(read.m_Message), list("wahr"));
 }
 
 TEST(MessageTest, ReplacingAndRemovingArgumentsLeavesNothingOfTheOldOnes) {
