@@ -238,7 +238,7 @@ TEST_F(CosimTest, ABlockThatIsNoneIsRefusedInWordsAndHarmsNothing) {
 
 TEST_F(CosimTest, ABlockMayComeBeforeItsTimeAndAFurtherOneReplacesIt) {
     const std::string replaced = "message 0 A block of co-simulation sources took the place of one that the "
-                                 "simulation hadn't asked for.";
+                                 "simulation had not asked for.";
     auto client = Recorder::New();
     Start(client.Get(), "source 0 0; touch asked; await go; port 0 1 1; flush; source 0 1");
     Deliver("1 1 1 5");
