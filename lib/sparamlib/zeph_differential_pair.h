@@ -23,8 +23,9 @@ public:
     bool operator==(const CZephDifferentialPair& other) const;
 
     AString m_PortName;
-    AString m_DiffName;                   // of the difference
-    std::int32_t m_PosTerminalIndex = -1; // row of the positive terminal, 0-based; becomes that of the difference
-    AString m_CommonName;                 // of the common quantity
+    AString m_DiffName; // of the difference
+    std::int32_t m_PosTerminalIndex =
+        -1;               // row of the positive terminal, 0-based; becomes that of the difference
+    AString m_CommonName; // of the common quantity
     std::int32_t m_NegTerminalIndex = -1; // row of the negative terminal; becomes that of the common quantity
 };

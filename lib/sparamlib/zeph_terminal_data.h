@@ -46,7 +46,8 @@ public:
     // The same with one impedance for each terminal, and with T taken to the quantities of the pairs. A number of
     // impedances other than n counts as a modal S that is absent. A pair with an index outside the rows, or pairs that
     // are no transform, leave T as it was.
-    CZephTerminalData(CZephModalData* baseData, const ComplexVector& impedances, const CZephDifferentialPairs& pairs);
+    CZephTerminalData(CZephModalData* baseData, const ComplexVector& impedances,
+                      const CZephDifferentialPairs& pairs);
     ~CZephTerminalData() override;
 
     // Behind the items of CNetworkData the matrices "TMatrix" and "PMatrix"; no "PortImpedance", "Gamma" or

@@ -36,10 +36,12 @@ struct Ports final : INetworkDataOwner {
     }
     int GetNumPorts() const override { return static_cast<int>(modes.size()); }
     int GetNumModes(unsigned port) const override { return modes.at(port); }
+    NetworkDataKind GetPreferredImpedance() const override { return preferred; }
 
     std::vector<int> modes;
     int size = -1; // what is claimed, if not the sum of the modes
     CMatrixEntry* entry = nullptr;
+    NetworkDataKind preferred = NetworkDataKind::Zpi;
 };
 
 inline ComplexMatrix Matrix_(int n, std::initializer_list<Complex> elements) {
