@@ -102,6 +102,8 @@ public:
     virtual void Read(unsigned short& value) = 0;
     virtual void Read(bool& value) = 0;
     virtual void PushBackToken(const CToken& token) = 0;
+    // As Read(double) of each, up to the first that fails: gives how many were read.
+    virtual std::size_t ReadDoubles(double* values, std::size_t count);
 
     void RestoreState(const CAbstract_stream_pos& pos) override;
 

@@ -72,6 +72,8 @@ public:
     virtual void WriteText(std::u16string_view text);
     // The elements of a vector, in the text form with a comma and a blank between them.
     virtual void WriteElements(const CToken* elements, std::size_t count);
+    // As Write(double) of each.
+    virtual void WriteDoubles(const double* values, std::size_t count);
 
     // The present place. A state of `pos` that its copies share is left to them.
     void GetPosition(CAbstract_stream_pos& pos);

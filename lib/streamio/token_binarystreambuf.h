@@ -46,6 +46,8 @@ public:
     void Write(unsigned short value, long flags) override;
     void WriteElements(const CToken* elements, std::size_t count, long flags) override;
     void ReadNumbers(CTokenArray& out) override;
+    void WriteDoubles(const double* values, std::size_t count, long flags) override;
+    std::size_t ReadDoubles(double* values, std::size_t count) override;
 
     // The one byte 0 with which every binary text opens.
     void WriteStart() { PutUnit(0); }

@@ -112,6 +112,7 @@ public:
     void Read(unsigned short& value) override;
     void Read(bool& value) override;
     void PushBackToken(const CToken& token) override;
+    std::size_t ReadDoubles(double* values, std::size_t count) override;
 
     // The preamble of every operation: false if a failed stream stays as it is; else good, and the current
     // token is none that is passed over.

@@ -83,6 +83,7 @@ public:
     AString& GetIndent(AString& out) const override;
     void WriteText(std::u16string_view text) override;
     void WriteElements(const CToken* elements, std::size_t count) override;
+    void WriteDoubles(const double* values, std::size_t count) override;
 
     CToken_streambuf* GetBuffer() const { return m_Buffer.get(); }
 

@@ -92,6 +92,10 @@ public:
     // Moves the current token, a number, and those that follow it as elements of a vector into `out`, as long
     // as they stand in the usual form; what comes behind the last one is the current token then.
     virtual void ReadNumbers(CTokenArray& out) = 0;
+    // As Write(double) of each.
+    virtual void WriteDoubles(const double* values, std::size_t count, long flags);
+    // Takes the current token, a number, and perhaps some of the numbers behind it, at most `count` in all: gives how many.
+    virtual std::size_t ReadDoubles(double* values, std::size_t count);
     // How many characters of input are certainly left, for checking a declared count; a guess on streams.
     std::size_t GetInputLeft() const;
 

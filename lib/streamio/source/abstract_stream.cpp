@@ -112,6 +112,11 @@ void CAbstract_ostream::WriteElements(const CToken* elements, std::size_t count)
     }
 }
 
+void CAbstract_ostream::WriteDoubles(const double* values, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i)
+        Write(values[i]);
+}
+
 AString& CAbstract_ostream::GetIndent(AString& out) const {
     out.clear();
     return out;
@@ -156,6 +161,15 @@ CAbstract_ostream& operator<<(CAbstract_ostream& s, CStreamio_manip& manip) {
 
 CAbstract_ostream& operator<<(CAbstract_ostream& s, CStreamio_manip&& manip) {
     return s << manip;
+}
+
+std::size_t CAbstract_istream::ReadDoubles(double* values, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        Read(values[i]);
+        if (Fail())
+            return i;
+    }
+    return count;
 }
 
 void CAbstract_istream::ReadLine(AString&) {}

@@ -251,6 +251,39 @@ void CToken_binarystreambuf::WriteElements(const CToken* elements, std::size_t c
     }
 }
 
+void CToken_binarystreambuf::WriteDoubles(const double* values, std::size_t count, long flags) {
+    if (!m_MemoryOut)
+        return CToken_streambuf::WriteDoubles(values, count, flags);
+    constexpr std::size_t kBatch = 64;
+    for (std::size_t i = 0; i < count;) {
+        wchar16* out = m_MemoryOut->Room(9 * kBatch);
+        for (const std::size_t last = std::min(count, i + kBatch); i < last; ++i)
+            out = SpreadDouble(out, values[i], m_KeepAllBytes);
+        m_MemoryOut->Commit(out);
+        m_LastKind = TokenType::Double;
+    }
+}
+
+std::size_t CToken_binarystreambuf::ReadDoubles(double* values, std::size_t count) {
+    if (!m_MemoryIn || m_TokenPushBackCount > 0)
+        return CToken_streambuf::ReadDoubles(values, count);
+    const double* const last = values + count;
+    double* out = values;
+    *out++ = m_Current.GetDouble();
+    const wchar16* p = m_MemoryIn->Cur();
+    const wchar16* const end = m_MemoryIn->End();
+    // Nine units are there, so that a number may be read whole.
+    while (out < last && end - p >= 9 && *p > kDoubleTag && *p <= kLastTag) {
+        const int length = *p - kDoubleTag;
+        *out++ = std::bit_cast<double>(GatherBytes(p + 1) << (8 * (8 - length)));
+        p += 1 + length;
+    }
+    m_MemoryIn->SetCur(p);
+    m_AtLineStart = false;
+    ReadToken();
+    return static_cast<std::size_t>(out - values);
+}
+
 void CToken_binarystreambuf::PushIndent(std::uint32_t, wchar16) {
     ++m_IndentLevels;
 }

@@ -627,6 +627,18 @@ void CToken_istream::PushBackToken(const CToken& token) {
     m_Buffer->PushBackToken(token);
 }
 
+std::size_t CToken_istream::ReadDoubles(double* values, std::size_t count) {
+    std::size_t read = 0;
+    while (read < count && Prepare()) {
+        if (!m_Buffer->PeekToken().IsNumber()) {
+            Refuse();
+            break;
+        }
+        read += m_Buffer->ReadDoubles(values + read, count - read);
+    }
+    return read;
+}
+
 std::int64_t CToken_istream::TellOffset() {
     return m_Buffer->Tell(std::ios_base::in);
 }

@@ -379,6 +379,10 @@ void CToken_ostream::WriteElements(const CToken* elements, std::size_t count) {
     m_Buffer->WriteElements(elements, count, m_FormatFlags);
 }
 
+void CToken_ostream::WriteDoubles(const double* values, std::size_t count) {
+    m_Buffer->WriteDoubles(values, count, m_FormatFlags);
+}
+
 std::int64_t CToken_ostream::TellOffset() {
     return m_Buffer->Tell(std::ios_base::out);
 }

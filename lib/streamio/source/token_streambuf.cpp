@@ -83,6 +83,17 @@ void CToken_streambuf::WriteElements(const CToken* elements, std::size_t count, 
         Write(elements[i], flags);
 }
 
+void CToken_streambuf::WriteDoubles(const double* values, std::size_t count, long flags) {
+    for (std::size_t i = 0; i < count; ++i)
+        Write(values[i], flags);
+}
+
+std::size_t CToken_streambuf::ReadDoubles(double* values, std::size_t) {
+    *values = PeekToken().GetDouble();
+    NextToken();
+    return 1;
+}
+
 std::size_t CToken_streambuf::GetInputLeft() const {
     if (m_MemoryIn)
         return static_cast<std::size_t>(m_MemoryIn->End() - m_MemoryIn->Cur());

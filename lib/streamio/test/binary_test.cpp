@@ -138,6 +138,66 @@ TEST(BinaryReader, HoldsTextsOfAnyLengthAndUnits) {
     }
 }
 
+// Many doubles at once are what they are one by one, in either form, in memory and on a stream.
+TEST(DoublesTest, AreWrittenAndReadAsOneByOne) {
+    std::vector<double> values = {0, -0.0, 1, -1.5, 0.1, 1e300, 5e-324, -1 / 3.0};
+    for (int i = 0; i < 200; ++i)
+        values.push_back(values[static_cast<std::size_t>(i)] * 1.7);
+    for (const bool binary : {false, true})
+        for (const bool memory : {false, true}) {
+            std::basic_ostringstream<wchar16> characters;
+            const auto write = [&](auto writeValues) {
+                CToken_ostring inMemory(0, binary, &DefaultTokenGrammar());
+                characters.str({});
+                CToken_ostream onStream(&characters, false, 0, binary ? nullptr : &DefaultTokenGrammar());
+                CToken_ostream& s = memory ? inMemory : onStream;
+                s.SetPrecision(17);
+                s.Write(5);
+                writeValues(s);
+                s.Write(true);
+                AString text;
+                return memory ? inMemory.GetText(text) : AString(characters.str());
+            };
+            const AString text =
+                write([&](CToken_ostream& s) { s.WriteDoubles(values.data(), values.size()); });
+            EXPECT_EQ(text, write([&](CToken_ostream& s) {
+                          for (const double value : values)
+                              s.Write(value);
+                      }));
+
+            std::basic_istringstream<wchar16> in(text);
+            CToken_istring inMemory(text, &DefaultTokenGrammar());
+            CToken_istream onStream(&in, false, 0, &DefaultTokenGrammar());
+            CToken_istream& s = memory ? static_cast<CToken_istream&>(inMemory) : onStream;
+            int five = 0;
+            bool end = false;
+            std::vector<double> back(values.size() + 1);
+            s.Read(five);
+            // A token that was given back comes first.
+            s.PushBackToken(CToken(TokenType::Int, 7.0));
+            EXPECT_EQ(s.ReadDoubles(back.data(), values.size() + 1), values.size() + 1);
+            EXPECT_EQ(back[0], 7.0);
+            EXPECT_EQ(std::vector<double>(back.begin() + 1, back.end()), values);
+            EXPECT_EQ(s.ReadDoubles(back.data(), 0), 0u);
+            EXPECT_TRUE(s.Good());
+            EXPECT_EQ(s.ReadDoubles(back.data(), 1), 0u) << "no number stands there";
+            EXPECT_TRUE(s.Fail());
+            s.ClearFail();
+            s.Read(end);
+            EXPECT_TRUE(end && s.Good());
+        }
+    // Numbers of every kind, over line ends, and fewer than asked for.
+    CToken_ostring s(0, true, &DefaultTokenGrammar());
+    s << 300 << 2.5;
+    s.NewLine();
+    s << -1 << 0.0 << 7u << 0.25;
+    CToken_istring in(s.TakeText(), &DefaultTokenGrammar());
+    std::vector<double> back(9, -9);
+    EXPECT_EQ(in.ReadDoubles(back.data(), 9), 6u);
+    EXPECT_EQ(back, (std::vector<double>{300, 2.5, -1, 0, 7, 0.25, -9, -9, -9}));
+    EXPECT_TRUE(in.Fail());
+}
+
 TEST(BinaryStream, WritesToAStreamWhatItWritesInMemory) {
     const CBlock block = Parsed("$begin A\nx=-1.5\nv[3: 1, 'a', 0.1]\nf(g(1), b=\xC3\xA9)\n$end A");
     AString memory;
