@@ -2,7 +2,6 @@
 
 #include "cosim_rows.h"
 
-#include <streamio/abstract_ostream.h>
 #include <utility/assertion.h>
 
 COSIMPORTDATA::COSIMPORTDATA() : m_First(1, {0.0}), m_Second(1, {0.0}) {}
@@ -13,7 +12,7 @@ void COSIMPORTDATA::Read(io::CAbstract_istream& s) {
     s.Read(m_HasData);
     s.Read(m_NumPorts);
     s.Read(m_NumSteps);
-    if (ReadCosimRows(s, m_NumPorts, m_NumSteps, {{&m_First, &m_Second}}))
+    if (ReadCosimPairs(s, m_NumPorts, m_NumSteps, m_First, m_Second))
         return;
     m_HasData = false;
     m_NumPorts = 0;
@@ -28,11 +27,7 @@ void COSIMPORTDATA::Write(io::CAbstract_ostream& s) const {
     s.Write(m_HasData);
     s.Write(m_NumPorts);
     s.Write(m_NumSteps);
-    for (std::size_t port = 0; port < m_First.size(); ++port)
-        for (std::size_t step = 0; step < m_First[port].size(); ++step) {
-            s.Write(m_First[port][step]);
-            s.Write(port < m_Second.size() && step < m_Second[port].size() ? m_Second[port][step] : 0.0);
-        }
+    WriteCosimPairs(s, m_First, m_Second);
 }
 
 std::uint32_t COSIMPORTDATA::GetBinarySize(io::CAbstract_ostream&) const {

@@ -2,7 +2,6 @@
 
 #include "cosim_rows.h"
 
-#include <streamio/abstract_ostream.h>
 #include <utility/assertion.h>
 
 #include <cmath>
@@ -17,7 +16,7 @@ void COSIMSRCDATA::Read(io::CAbstract_istream& s) {
     s.Read(m_TimeStep);
     s.Read(m_NumSources);
     s.Read(m_NumSamples);
-    if (ReadCosimRows(s, m_NumSources, m_NumSamples, {{&m_Data}}))
+    if (ReadCosimRows(s, m_NumSources, m_NumSamples, m_Data))
         return;
     m_NumSources = 0;
     m_NumSamples = 0;
@@ -30,9 +29,7 @@ void COSIMSRCDATA::Write(io::CAbstract_ostream& s) const {
     s.Write(m_TimeStep);
     s.Write(m_NumSources);
     s.Write(m_NumSamples);
-    for (const auto& row : m_Data)
-        for (const double value : row)
-            s.Write(value);
+    WriteCosimRows(s, m_Data);
 }
 
 std::uint32_t COSIMSRCDATA::GetBinarySize(io::CAbstract_ostream&) const {
