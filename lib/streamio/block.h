@@ -37,9 +37,9 @@ public:
     using NameIndex =
         std::multimap<CToken, CBlockItemPtr, NameLess, PoolAllocator<std::pair<const CToken, CBlockItemPtr>>>;
 
-    CBlock() : mName(TokenType::SingleQuotedText) {}
-    explicit CBlock(const AString& name) : mName(TokenType::SingleQuotedText, name) {}
-    explicit CBlock(const CToken& name) : mName(name) {}
+    CBlock() : CBlock(CToken(TokenType::SingleQuotedText)) {}
+    explicit CBlock(const AString& name) : CBlock(CToken(TokenType::SingleQuotedText, name)) {}
+    explicit CBlock(CToken name) : mName(std::move(name)) { mShape = Shape::Block; }
     // The name and the items, which are shared; not the errors.
     CBlock(const CBlock& other);
     CBlock& operator=(const CBlock& other);

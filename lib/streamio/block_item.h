@@ -62,7 +62,7 @@ public:
 
 protected:
     CBlock_item() = default;
-    CBlock_item(const CBlock_item& other) : CStreamio_object(other) {}
+    CBlock_item(const CBlock_item& other) : CStreamio_object(other), mShape(other.mShape) {}
     CBlock_item& operator=(const CBlock_item&) { return *this; }
 
     // Takes over the content of an item that was read in this one's place; false if it is of another class.
@@ -73,6 +73,13 @@ private:
     friend class CBlock_ptr;
 
     std::uint32_t mRefCount = 0; // pointers that hold the item
+
+protected:
+    // What IsBlock and IsFunc say, without a call.
+    enum class Shape : std::uint8_t { Leaf, Block, Func };
+    Shape mShape = Shape::Leaf;
+
+    friend class CTreeWalk;
 };
 
 template <class T>
@@ -242,9 +249,9 @@ class CBlock_func : public CBlock_func_arg {
 public:
     using Args = std::vector<CBlockFuncArgPtr, PoolAllocator<CBlockFuncArgPtr>>;
 
-    CBlock_func() : mName(TokenType::SingleQuotedText) {}
-    explicit CBlock_func(const AString& name) : mName(TokenType::SingleQuotedText, name) {}
-    explicit CBlock_func(CToken name) : mName(std::move(name)) {}
+    CBlock_func() : CBlock_func(CToken(TokenType::SingleQuotedText)) {}
+    explicit CBlock_func(const AString& name) : CBlock_func(CToken(TokenType::SingleQuotedText, name)) {}
+    explicit CBlock_func(CToken name) : mName(std::move(name)) { mShape = Shape::Func; }
     CBlock_func(const CBlock_func& other);
     CBlock_func& operator=(const CBlock_func& other);
     ~CBlock_func() override;

@@ -136,6 +136,8 @@ public:
 
     // The character of a Symbol or of any inline text of one character, else 0.
     wchar16 GetSymbol() const { return (m_Head & ~kKindMask) == 0 && m_Inline[1] == 0 ? m_Inline[0] : 0; }
+    // The first character of a text kind's text, 0 of an empty one.
+    wchar16 GetFirstUnit() const { return IsShared() ? *Shared() : m_Inline[0]; }
     bool IsSymbol(wchar16 c) const {
         return m_Head == static_cast<std::uint64_t>(TokenType::Symbol) && m_Inline[0] == c &&
                m_Inline[1] == 0;

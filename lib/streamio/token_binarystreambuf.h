@@ -8,6 +8,10 @@
 
 namespace io {
 
+class CBinaryRoad;
+struct BlockKeywords;
+struct RoadPlace;
+
 class CToken_binarystreambuf final : public CToken_streambuf {
 public:
     CToken_binarystreambuf(CharBuf* stream, std::uint32_t flags);
@@ -48,6 +52,11 @@ public:
     void ReadNumbers(CTokenArray& out) override;
     void WriteDoubles(const double* values, std::size_t count, long flags) override;
     std::size_t ReadDoubles(double* values, std::size_t count) override;
+
+    // A road from the current token on, where there is one for blocks with those keywords. At its end the token at
+    // `place` is read.
+    std::optional<CBinaryRoad> OpenRoad(const BlockKeywords& keywords) const;
+    void CloseRoad(const RoadPlace& place);
 
     // The one byte 0 with which every binary text opens.
     void WriteStart() { PutUnit(0); }

@@ -99,6 +99,7 @@ public:
     void ClearFail() override { m_Good = true; }
     void SetFail() override { m_Good = false; }
     bool SetSkipLineEnds(const bool& on) override { return std::exchange(m_SkipLineEnds, on); }
+    bool SkipsLineEnds() const { return m_SkipLineEnds; }
     bool ClearSkipLineEnds() override { return std::exchange(m_SkipLineEnds, false); }
     void Read(AString& text) override;
     void Read(CToken& token) override;

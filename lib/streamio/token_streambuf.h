@@ -150,6 +150,9 @@ public:
     bool SetKeepComments(bool keep) { return std::exchange(m_KeepComments, keep); }
     bool KeepsComments() const { return m_KeepComments; }
     bool SetKeepWhiteSpace(bool keep) { return std::exchange(m_KeepWhiteSpace, keep); }
+    // What is in memory is read in runs and whole items; that may be turned off, to compare the two ways. Gives the
+    // former value.
+    bool SetRuns(bool on) { return std::exchange(m_Runs, on); }
     void SetMode(int mode) { m_Mode = mode; }
     int GetMode() const { return m_Mode; }
     CharBuf& GetCharBuf() const { return *m_Stream; }
@@ -174,6 +177,7 @@ protected:
     bool m_KeepWhiteSpace = false;
     bool m_AutoFormat = true;
     bool m_WriteCR = false;
+    bool m_Runs = true;
     bool m_AtLineStart = true;
     int m_CaseMode = kNoCaseMode;
     int m_Mode = kBytesMode;

@@ -9,6 +9,11 @@
 
 namespace io {
 
+class CTextRoad;
+struct BlockKeywords;
+struct RoadPlace;
+struct ScanTables;
+
 class CToken_textstreambuf final : public CToken_streambuf {
 public:
     CToken_textstreambuf(CharBuf* stream, const CBase_grammar* grammar, const std::locale* locale,
@@ -50,9 +55,12 @@ public:
     void WriteElements(const CToken* elements, std::size_t count, long flags) override;
     void ReadNumbers(CTokenArray& out) override;
 
+    // A road from the current token on, where there is one for blocks with those keywords. At its end the token at
+    // `place` is read.
+    std::optional<CTextRoad> OpenRoad(const BlockKeywords& keywords) const;
+    void CloseRoad(const RoadPlace& place);
+
     bool SetKeepSourceText(bool keep) { return std::exchange(m_KeepSourceText, keep); }
-    // Reading in runs may be turned off, to compare the two ways. Gives the former value.
-    bool SetRuns(bool on) { return std::exchange(m_Runs, on); }
 
 private:
     // Reading, in source/text_scan.cpp.
@@ -60,6 +68,7 @@ private:
     void TakeChar();
     void PushBackChar(wchar16 ch);
     int PeekByteSequence();
+    bool IsPlain(const ScanTables& tables) const;
     bool ReadRun();
     void ReadByStates(int state);
     bool Act(ScanAction action, int ch, int& next);
@@ -82,7 +91,6 @@ private:
 
     const CBase_grammar* m_Grammar; // not owned
     bool m_KeepSourceText = true;
-    bool m_Runs = true;
 
     AString m_TokenText;
     std::size_t m_CDataMatch = 0; // characters of the end word that have been met

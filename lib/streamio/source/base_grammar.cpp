@@ -352,6 +352,10 @@ const ScanTables& CBase_grammar::MakeScanTables() const {
     WriteTokenTables(transitions, actions);
     tables->tokenShape = transitions == m_Transitions && actions == m_Actions && m_Types == kStateTypes;
     tables->usualNumbers = tables->tokenShape && HasUsualNumbers(*tables);
+    tables->usualItems =
+        tables->usualNumbers && tables->next[0]['$'] == 5 && m_CDataBeginWord.find(u'$') == 0;
+    for (const char symbol : {'=', '(', ')', '[', ']', ',', ':'})
+        tables->usualItems = tables->usualItems && tables->next[0][static_cast<int>(symbol)] == 3;
 
     const ScanTables* expected = nullptr;
     if (m_ScanTables.compare_exchange_strong(expected, tables.get(), std::memory_order_acq_rel))

@@ -40,6 +40,11 @@ std::size_t Sequence(std::string_view bytes, std::size_t at, std::uint32_t& poin
 } // namespace
 
 std::size_t Utf8Length(std::u16string_view text) {
+    wchar16 all = 0;
+    for (const wchar16 unit : text)
+        all |= unit;
+    if (all < 0x80)
+        return text.size();
     std::size_t length = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] < 0x80) {

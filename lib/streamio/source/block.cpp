@@ -109,6 +109,9 @@ void CBlock::Add(CBlockItemPtr&& item) {
         return;
     if (mNameIndex && item->IsNamed())
         mNameIndex->emplace(item->GetNameToken(), item);
+    constexpr std::size_t kFirstRoom = 4;
+    if (mItems.capacity() == 0)
+        mItems.reserve(kFirstRoom);
     mItems.push_back(std::move(item));
 }
 

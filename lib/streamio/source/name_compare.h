@@ -12,6 +12,8 @@ wchar16 UpperUnit(wchar16 unit);
 
 // Negative, 0 or positive.
 int CompareFolded(std::u16string_view a, std::u16string_view b);
+// Whether `text` is that word in any case; the word is in lower case.
+bool MatchesWord(std::u16string_view text, std::u16string_view word);
 bool EqualFolded(std::u16string_view a, std::u16string_view b);
 
 } // namespace io

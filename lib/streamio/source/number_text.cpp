@@ -67,24 +67,31 @@ bool LoadEight(const wchar16* text, std::uint64_t& bytes) {
 #endif
 }
 
-bool AreDigits(std::uint64_t bytes) {
-    return ((bytes & 0xF0F0F0F0F0F0F0F0) | (((bytes + 0x0606060606060606) & 0xF0F0F0F0F0F0F0F0) >> 4)) ==
-           0x3333333333333333;
-}
-
-std::uint64_t EightDigits(std::uint64_t bytes) {
-    bytes -= 0x3030303030303030;
-    bytes = bytes * 10 + (bytes >> 8);
+// The number that eight digits spell, each byte the value of one, the first digit lowest.
+std::uint64_t EightDigits(std::uint64_t digits) {
+    digits = digits * 10 + (digits >> 8);
     constexpr std::uint64_t kMask = 0x000000FF000000FF;
-    return (((bytes & kMask) * 0x000F424000000064) + (((bytes >> 16) & kMask) * 0x0000271000000001)) >> 32;
+    return (((digits & kMask) * 0x000F424000000064) + (((digits >> 16) & kMask) * 0x0000271000000001)) >> 32;
 }
 
 // Adds a run of digits to `value`, which wraps when there are too many of them.
-const wchar16* ScanDigits(const wchar16* text, const wchar16* end, std::uint64_t& value) {
+inline const wchar16* ScanDigits(const wchar16* text, const wchar16* end, std::uint64_t& value) {
     std::uint64_t bytes = 0;
-    while (end - text >= 8 && LoadEight(text, bytes) && AreDigits(bytes)) {
-        value = value * 100000000 + EightDigits(bytes);
-        text += 8;
+    while (end - text >= 8 && LoadEight(text, bytes)) {
+        bytes ^= 0x3030303030303030;
+        // The high bit of each byte that is no digit's value.
+        const std::uint64_t others =
+            (((bytes & 0x7F7F7F7F7F7F7F7F) + 0x7676767676767676) | bytes) & 0x8080808080808080;
+        if (others == 0) {
+            value = value * 100000000 + EightDigits(bytes);
+            text += 8;
+            continue;
+        }
+        if (const int count = std::countr_zero(others) / 8; count > 0) {
+            value = value * kPowers[count] + EightDigits(bytes << (64 - 8 * count));
+            text += count;
+        }
+        return text;
     }
     while (text < end && IsDigit(*text))
         value = value * 10 + (*text++ - u'0');
@@ -225,7 +232,10 @@ const wchar16* ScanNumber(const wchar16* text, const wchar16* end, bool keepSour
 
     std::uint64_t digits = 0;
     const wchar16* const whole = p;
-    p = ScanDigits(p, end, digits);
+    if (p < end && IsDigit(*p))
+        digits = *p++ - u'0';
+    if (p < end && IsDigit(*p))
+        p = ScanDigits(p, end, digits);
     const auto wholeCount = p - whole;
     std::ptrdiff_t fractionCount = 0;
     const bool point = p < end && *p == u'.';

@@ -14,6 +14,8 @@ struct ScanTables {
     bool tokenShape = false;
     // Besides, the characters of numbers are the usual ones, so that numbers may be read as such.
     bool usualNumbers = false;
+    // Besides, the characters between the parts of an item stand for themselves, and CData begins with "$".
+    bool usualItems = false;
 
     const CBase_grammar* grammar = nullptr;
 

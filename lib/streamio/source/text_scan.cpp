@@ -1,4 +1,5 @@
 // The reading half of the text buffer.
+#include "item_road.h"
 #include "memory_streambuf.h"
 #include "name_compare.h"
 #include "number_text.h"
@@ -21,16 +22,6 @@ public:
 private:
     std::locale m_Former;
 };
-
-bool MatchesWord(std::u16string_view text, std::u16string_view word) {
-    if (text.size() != word.size() || word.empty())
-        return false;
-    for (std::size_t i = 0; i < word.size(); ++i) {
-        if (text[i] != word[i] && LowerUnit(text[i]) != word[i])
-            return false;
-    }
-    return true;
-}
 
 wchar16 Unescape(wchar16 ch) {
     switch (ch) {
@@ -125,7 +116,7 @@ void CToken_textstreambuf::PushBackChar(wchar16 ch) {
 }
 
 void CToken_textstreambuf::ReadToken() {
-    if (m_MemoryIn && m_Mode == kMemoryMode && ReadRun()) [[likely]]
+    if (ReadRun()) [[likely]]
         return;
     std::optional<GlobalLocale> global;
     if (m_Mode == kLocaleMode && m_Locale)
@@ -135,10 +126,33 @@ void CToken_textstreambuf::ReadToken() {
     ReadByStates(0);
 }
 
+// Whether runs may be taken straight from memory.
+bool CToken_textstreambuf::IsPlain(const ScanTables& tables) const {
+    return m_MemoryIn && m_Mode == kMemoryMode && tables.tokenShape && m_Runs && m_PushBackCount == 0 &&
+           m_CaseMode >= kExactMode && !m_KeepComments && !m_KeepWhiteSpace;
+}
+
+std::optional<CTextRoad> CToken_textstreambuf::OpenRoad(const BlockKeywords& keywords) const {
+    const ScanTables& tables = m_Grammar->GetScanTables();
+    const std::u16string_view cdata = m_Grammar->GetCDataBeginWord();
+    if (!IsPlain(tables) || !tables.usualItems || m_TokenPushBackCount > 0 ||
+        keywords.begin.starts_with(cdata) || keywords.end.starts_with(cdata))
+        return {};
+    const wchar16* const begin = m_MemoryIn->Cur() - m_MemoryIn->Offset(m_MemoryIn->Cur());
+    return CTextRoad(tables, keywords, m_KeepSourceText, {begin + m_TokenStart, m_LineNumber, m_AtLineStart},
+                     m_MemoryIn->End());
+}
+
+void CToken_textstreambuf::CloseRoad(const RoadPlace& place) {
+    m_MemoryIn->SetCur(place.at);
+    m_LineNumber = place.line;
+    m_AtLineStart = place.atLineStart;
+    ReadToken();
+}
+
 bool CToken_textstreambuf::ReadRun() {
     const ScanTables& tables = m_Grammar->GetScanTables();
-    if (!tables.tokenShape || !m_Runs || m_PushBackCount > 0 || m_CaseMode < kExactMode || m_KeepComments ||
-        m_KeepWhiteSpace)
+    if (!IsPlain(tables))
         return false;
     const wchar16* p = m_MemoryIn->Cur();
     const wchar16* const end = m_MemoryIn->End();
@@ -238,9 +252,8 @@ bool CToken_textstreambuf::ReadRun() {
 
 void CToken_textstreambuf::ReadNumbers(CTokenArray& out) {
     const ScanTables& tables = m_Grammar->GetScanTables();
-    const bool direct = m_MemoryIn && m_Mode == kMemoryMode && tables.usualNumbers && m_Runs &&
-                        m_CaseMode >= kExactMode && !m_KeepWhiteSpace && m_TokenPushBackCount == 0 &&
-                        m_PushBackCount == 0 && tables.Next(0, u',') == 3;
+    const bool direct =
+        IsPlain(tables) && tables.usualNumbers && m_TokenPushBackCount == 0 && tables.Next(0, u',') == 3;
     out.push_back(std::move(m_Current));
     m_Current.Clear();
     if (direct) {
@@ -280,7 +293,8 @@ void CToken_textstreambuf::ReadByStates(int state) {
     const ActionTable& actions = m_Grammar->GetActions();
     for (;;) {
         if (state == 0)
-            m_TokenStart = m_MemoryIn ? m_MemoryIn->Offset(m_MemoryIn->Cur()) : m_UnitsRead;
+            m_TokenStart =
+                (m_MemoryIn ? m_MemoryIn->Offset(m_MemoryIn->Cur()) : m_UnitsRead) - m_PushBackCount;
         const int ch = PeekChar();
         const int charClass = m_Grammar->Classify(ch, state);
         int next = transitions[static_cast<std::size_t>(state)][static_cast<std::size_t>(charClass)];

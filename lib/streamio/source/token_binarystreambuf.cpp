@@ -1,68 +1,19 @@
+#include "binary_number.h"
+#include "item_road.h"
 #include "memory_streambuf.h"
 
 #include <streamio/abstract_stream.h>
 #include <streamio/base_grammar.h>
-#include <streamio/binary_utils.h>
 #include <streamio/token_binarystreambuf.h>
-
-#include <bit>
-#include <cstring>
-
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 
 namespace io {
 
 namespace {
 
-constexpr int kUnsignedTag = 60; // plus the number of bytes
-constexpr int kSignedTag = 69;
-constexpr int kDoubleTag = 78;
-constexpr int kLastTag = 86;
-constexpr int kLongForm = 128;
-constexpr std::size_t kShortText = 255;
+constexpr int kLongForm = 128; // what a tag has more, whose text's length takes four bytes
 
 bool IsBlank(std::u16string_view text) {
     return text.find_first_not_of(u" \t\n\v\f\r") == text.npos;
-}
-
-// The bytes of `value`, lowest first, as units.
-void SpreadBytes(wchar16* out, std::uint64_t value) {
-#if defined(__SSE2__)
-    const __m128i bytes = _mm_cvtsi64_si128(static_cast<long long>(value));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
-#else
-    for (int i = 0; i < 8; ++i)
-        out[i] = static_cast<wchar16>(value >> (8 * i) & 255);
-#endif
-}
-
-// Eight units as bytes, each cut to its low byte.
-std::uint64_t GatherBytes(const wchar16* units) {
-#if defined(__SSE2__)
-    const __m128i low =
-        _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(units)), _mm_set1_epi16(255));
-    return static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_packus_epi16(low, low)));
-#else
-    std::uint64_t value = 0;
-    for (int i = 0; i < 8; ++i)
-        value |= static_cast<std::uint64_t>(units[i] & 255) << (8 * i);
-    return value;
-#endif
-}
-
-// Tag and trimmed bytes; `out` has room for 9 units.
-wchar16* SpreadDouble(wchar16* out, double value, bool keepAll) {
-    const auto bits = std::bit_cast<std::uint64_t>(value);
-    const int length = keepAll ? 8 : TrimmedDoubleLength(value);
-    *out++ = static_cast<wchar16>(kDoubleTag + length);
-    SpreadBytes(out, bits >> (8 * (8 - length)));
-    return out + length;
-}
-
-TokenType DoubleKind(int length) {
-    return length <= 4 ? TokenType::Float : TokenType::Double;
 }
 
 } // namespace
@@ -88,10 +39,23 @@ void CToken_binarystreambuf::NewLine(AString&) {
 }
 
 void CToken_binarystreambuf::PutText(TokenType kind, std::u16string_view text) {
+    if (m_MemoryOut && text.size() <= kMostShortText) { // most texts are short and plain
+        wchar16* const out = m_MemoryOut->Room(2 + kMostShortText);
+        out[0] = static_cast<wchar16>(kind);
+        out[1] = static_cast<wchar16>(text.size());
+        wchar16 all = 0;
+        for (std::size_t i = 0; i < text.size(); ++i)
+            all |= out[2 + i] = text[i];
+        if (all < 128) {
+            m_MemoryOut->Commit(out + 2 + text.size());
+            m_LastKind = kind;
+            return;
+        }
+    }
     m_Utf8.clear();
     AppendUtf8(text, m_Utf8);
     const std::size_t length = m_Utf8.size();
-    if (length <= kShortText) {
+    if (length <= kMostShortText) {
         PutTag(kind);
         PutUnit(static_cast<wchar16>(length));
     } else {
@@ -272,10 +236,9 @@ std::size_t CToken_binarystreambuf::ReadDoubles(double* values, std::size_t coun
     *out++ = m_Current.GetDouble();
     const wchar16* p = m_MemoryIn->Cur();
     const wchar16* const end = m_MemoryIn->End();
-    // Nine units are there, so that a number may be read whole.
-    while (out < last && end - p >= 9 && *p > kDoubleTag && *p <= kLastTag) {
+    while (out < last && IsWholeDouble(p, end)) {
         const int length = *p - kDoubleTag;
-        *out++ = std::bit_cast<double>(GatherBytes(p + 1) << (8 * (8 - length)));
+        *out++ = DoubleOf(p + 1, length);
         p += 1 + length;
     }
     m_MemoryIn->SetCur(p);
@@ -322,6 +285,20 @@ bool CToken_binarystreambuf::TakeByte(int& byte) {
     byte = unit & 255;
     TakeUnit();
     return true;
+}
+
+std::optional<CBinaryRoad> CToken_binarystreambuf::OpenRoad(const BlockKeywords& keywords) const {
+    if (!m_MemoryIn || !m_Runs || m_Mode != kBinaryMemoryMode || m_TokenPushBackCount > 0 || m_KeepComments ||
+        m_KeepWhiteSpace)
+        return {};
+    const wchar16* const begin = m_MemoryIn->Cur() - m_MemoryIn->Offset(m_MemoryIn->Cur());
+    return CBinaryRoad(keywords, {begin + m_TokenStart, m_LineNumber, m_AtLineStart}, m_MemoryIn->End());
+}
+
+void CToken_binarystreambuf::CloseRoad(const RoadPlace& place) {
+    m_MemoryIn->SetCur(place.at);
+    m_AtLineStart = place.atLineStart;
+    ReadToken();
 }
 
 void CToken_binarystreambuf::ReadToken() {
@@ -399,21 +376,15 @@ void CToken_binarystreambuf::ReadNumber(int tag) {
         std::uint32_t value = 0;
         for (int i = 0, byte = 0; i < length && TakeByte(byte); ++i)
             value |= length <= 4 ? static_cast<std::uint32_t>(byte) << (8 * i) : 0;
-        m_Current = CToken(length <= 2   ? TokenType::UnsignedShort
-                           : length <= 4 ? TokenType::UnsignedInt
-                                         : TokenType::UnsignedLong,
-                           static_cast<double>(value));
+        m_Current = CToken(UnsignedKind(length), static_cast<double>(value));
     } else if (tag > kSignedTag && tag <= kSignedTag + 8) {
         const int length = tag - kSignedTag;
         TARVOK_ASSERT(length > 0 && length <= 8);
         std::uint32_t value = 0;
         for (int i = 0, byte = 0; i < length && TakeByte(byte); ++i)
             value |= length <= 4 ? static_cast<std::uint32_t>(byte) << (8 * i) : 0;
-        m_Current = CToken(length <= 2   ? TokenType::Short
-                           : length <= 4 ? TokenType::Int
-                                         : TokenType::Long,
-                           static_cast<double>(static_cast<std::int32_t>(value)));
-    } else if (tag > kDoubleTag && tag <= kLastTag) {
+        m_Current = CToken(SignedKind(length), static_cast<double>(static_cast<std::int32_t>(value)));
+    } else if (tag > kDoubleTag && tag <= kDoubleTag + kMostNumberBytes) {
         const int length = tag - kDoubleTag;
         TARVOK_ASSERT(length > 0 && length <= 8);
         std::uint64_t bits = 0;
@@ -428,18 +399,8 @@ void CToken_binarystreambuf::ReadNumber(int tag) {
 void CToken_binarystreambuf::ReadNumbers(CTokenArray& out) {
     out.push_back(std::move(m_Current));
     m_Current.Clear();
-    if (m_MemoryIn && m_TokenPushBackCount == 0) {
-        const wchar16* p = m_MemoryIn->Cur();
-        const wchar16* const end = m_MemoryIn->End();
-        // Nine units are there, so that a number may be read whole.
-        while (end - p >= 9 && *p > kDoubleTag && *p <= kLastTag) {
-            const int length = *p - kDoubleTag;
-            const std::uint64_t bits = GatherBytes(p + 1) << (8 * (8 - length));
-            out.emplace_back(DoubleKind(length), std::bit_cast<double>(bits));
-            p += 1 + length;
-        }
-        m_MemoryIn->SetCur(p);
-    }
+    if (m_MemoryIn && m_Runs && m_TokenPushBackCount == 0)
+        m_MemoryIn->SetCur(TakeDoubles(m_MemoryIn->Cur(), m_MemoryIn->End(), out));
     m_AtLineStart = false;
     ReadToken();
 }

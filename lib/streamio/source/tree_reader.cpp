@@ -1,6 +1,8 @@
 #include "tree_reader.h"
 
+#include <streamio/token_binarystreambuf.h>
 #include <streamio/token_istring.h>
+#include <streamio/token_textstreambuf.h>
 
 #include <typeinfo>
 
@@ -93,8 +95,12 @@ void CTreeReader::ReadBlock(CBlock& block) {
         return;
     const std::size_t base = m_Frames.size();
     m_Frames.emplace_back().block = &block;
+    const bool usual = m_Own && m_Own->SkipsLineEnds() && m_Stream.GetBeginKeyword().starts_with(u'$') &&
+                       m_Stream.GetEndKeyword().starts_with(u'$');
+    m_RoadBase = usual ? base + 1 : 0;
     Result result = ReadError::Ok;
     Run(base, result);
+    m_RoadBase = 0;
 }
 
 CBlockItemPtr CTreeReader::ReadItem() {
@@ -260,9 +266,110 @@ void CTreeReader::PassNested() {
         Step();
 }
 
-CTreeReader::Result CTreeReader::StepBlock() {
+void CTreeReader::RunRoad() {
+    if (m_Binary)
+        RunRoad(static_cast<CToken_binarystreambuf&>(*m_Buffer));
+    else
+        RunRoad(static_cast<CToken_textstreambuf&>(*m_Buffer));
+}
+
+template <class Buffer>
+void CTreeReader::RunRoad(Buffer& buffer) {
+    Peek();
+    auto road = buffer.OpenRoad({m_Stream.GetBeginKeyword(), m_Stream.GetEndKeyword()});
+    if (!road || m_Stream.Fail())
+        return;
+    m_Current = nullptr;
+    RoadPlace place;
+    do {
+        road->PassSpace();
+        place = road->GetPlace();
+    } while (TakeItem(*road));
+    buffer.CloseRoad(place);
+}
+
+template <class Road>
+bool CTreeReader::TakeItem(Road& road) {
     CBlock& block = *m_Frames.back().block;
+    CToken name;
+    switch (road.TakeEdge()) {
+    case BlockEdge::None:
+        break;
+    case BlockEdge::Begin: {
+        if (m_Frames.size() >= kMaxNesting || !road.TakeElement(name, m_Words))
+            return false;
+        auto* nested = new CBlock(std::move(name));
+        block.Add(CBlockItemPtr(nested));
+        m_Frames.emplace_back().block = nested;
+        m_Own->IncIndent(1);
+        return true;
+    }
+    case BlockEdge::End:
+        // What ends the outermost block is left to the tokens, as is every name that isn't this one.
+        if (m_Frames.size() == m_RoadBase || !road.TakeSame(block.mName, m_Words))
+            return false;
+        m_Frames.pop_back();
+        m_Own->DecIndent();
+        return true;
+    case BlockEdge::Unusual:
+        return false;
+    }
+    if (!road.TakeElement(name, m_Words))
+        return false;
+    CBlockItemPtr item;
+    if (road.TakeSymbol(u'=')) {
+        CToken value;
+        if (!road.TakeElement(value, m_Words))
+            return false;
+        item = CBlockItemPtr(new CBlock_named_value(std::move(name), std::move(value)));
+    } else if (road.TakeSymbol(u'[')) {
+        auto* vec = new CBlock_vec(std::move(name));
+        item = CBlockItemPtr(vec);
+        if (!road.TakeElements(vec->mElements, m_Words))
+            return false;
+    } else if (m_Frames.size() < kMaxNesting && road.TakeSymbol(u'(')) {
+        auto* func = new CBlock_func(std::move(name));
+        item = CBlockItemPtr(func);
+        if (!TakeArguments(road, *func))
+            return false;
+    } else {
+        return false;
+    }
+    block.Add(std::move(item));
+    return true;
+}
+
+// Values and named values; whatever else is an argument is left to the tokens with its function.
+template <class Road>
+bool CTreeReader::TakeArguments(Road& road, CBlock_func& func) {
+    if (road.TakeSymbol(u')'))
+        return true;
+    do {
+        CToken first;
+        if (!road.TakeElement(first, m_Words) || IsNoName(first, false) || road.TakeSymbol(u'(') ||
+            road.TakeSymbol(u'['))
+            return false;
+        CBlock_func_arg* arg = nullptr;
+        if (road.TakeSymbol(u'=')) {
+            CToken value;
+            if (!road.TakeElement(value, m_Words))
+                return false;
+            arg = new CBlock_named_value(std::move(first), std::move(value));
+        } else {
+            arg = new CBlock_value(std::move(first));
+        }
+        func.mArgs.emplace_back(arg);
+        if (road.TakeSymbol(u')'))
+            return true;
+    } while (road.TakeSeparator());
+    return false;
+}
+
+CTreeReader::Result CTreeReader::StepBlock() {
     for (;;) {
+        if (m_RoadBase != 0)
+            RunRoad();
+        CBlock& block = *m_Frames.back().block;
         if (IsBlockEnd()) {
             EndBlock(block);
             m_Frames.pop_back();

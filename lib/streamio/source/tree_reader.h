@@ -1,6 +1,8 @@
 // Reads blocks and their items without recursion, whatever their nesting.
 #pragma once
 
+#include "item_road.h"
+
 #include <streamio/block.h>
 
 #include <vector>
@@ -55,6 +57,14 @@ private:
     Result Dispatch(CToken name, CBlockItemPtr& leaf, bool asArg);
     Result TakeValue(CBlock_value& value);
     Result TakeElements(CBlock_vec& vec);
+    // Reads items and whole blocks without tokens, as far as they are usual.
+    void RunRoad();
+    template <class Buffer>
+    void RunRoad(Buffer& buffer);
+    template <class Road>
+    bool TakeItem(Road& road);
+    template <class Road>
+    bool TakeArguments(Road& road, CBlock_func& func);
     bool BeginBlock(CBlock& block);
     void EndBlock(CBlock& block);
     void Recover(CBlock& block, ReadError code, bool consumed);
@@ -67,6 +77,8 @@ private:
     const CToken* m_Current = nullptr; // of the buffer, as long as nothing has moved
     bool m_Binary;
     std::vector<Frame> m_Frames;
+    std::size_t m_RoadBase = 0; // the outermost block whose items may be read without tokens, 0 for none
+    CWordCache m_Words;
 };
 
 } // namespace io

@@ -8,6 +8,14 @@
 
 namespace io {
 
+// Looks into items.
+class CTreeWalk {
+public:
+    static bool IsBlock(const CBlock_item& item) { return item.mShape == CBlock_item::Shape::Block; }
+    static bool IsFunc(const CBlock_item& item) { return item.mShape == CBlock_item::Shape::Func; }
+    static bool IsLeaf(const CBlock_item& item) { return item.mShape == CBlock_item::Shape::Leaf; }
+};
+
 namespace {
 
 // A block or function whose children are walked here; null for an item that does it itself.
@@ -16,9 +24,9 @@ struct Container {
     const CBlock_func* func = nullptr;
 
     explicit Container(const CBlock_item& item) {
-        if (item.IsBlock())
+        if (CTreeWalk::IsBlock(item))
             block = static_cast<const CBlock*>(&item);
-        else if (item.IsFunc())
+        else if (CTreeWalk::IsFunc(item))
             func = static_cast<const CBlock_func*>(&item);
     }
     explicit operator bool() const { return block || func; }
@@ -30,7 +38,7 @@ struct Container {
 
 // A class of one's own writes itself.
 bool IsOwnClass(const CBlock_item& item) {
-    if (!item.IsBlock() && !item.IsFunc())
+    if (CTreeWalk::IsLeaf(item))
         return false;
     const std::type_info& type = typeid(item);
     return type == typeid(CBlock) || type == typeid(CBlock_func) || type == typeid(CBlock_time_func);
@@ -208,13 +216,13 @@ CMemoryStats StatsOfTree(const CBlock_item& root, bool addSelf) {
 }
 
 void CTreeTeardown::TakeChildren(CBlock_item& item, std::vector<CBlockItemPtr>& pending) {
-    if (item.IsBlock()) {
+    if (CTreeWalk::IsBlock(item)) {
         auto& block = static_cast<CBlock&>(item);
         block.mNameIndex.reset(); // holds its items too
         for (CBlockItemPtr& child : block.mItems)
             pending.push_back(std::move(child));
         block.mItems.clear();
-    } else if (item.IsFunc()) {
+    } else if (CTreeWalk::IsFunc(item)) {
         auto& func = static_cast<CBlock_func&>(item);
         for (CBlockFuncArgPtr& child : func.mArgs)
             pending.emplace_back(child);
@@ -236,13 +244,26 @@ template <class List>
 void CTreeTeardown::ReleaseList(List& list) {
     std::vector<CBlockItemPtr> pending;
     for (auto& item : list) {
-        if (item && (item->IsBlock() || item->IsFunc()) && !item->IsEmpty()) {
+        // What holds leaves only may go by itself: its destruction goes no deeper.
+        if (item && HasContainers(*item)) {
             pending.emplace_back(item);
             item = {};
             Drain(pending);
         }
     }
     list.clear();
+}
+
+bool CTreeTeardown::HasContainers(const CBlock_item& item) {
+    if (CTreeWalk::IsLeaf(item))
+        return false;
+    const Container container(item);
+    for (std::size_t i = container.Count(); i-- > 0;) {
+        const CBlock_item* child = container.Child(i);
+        if (child && !CTreeWalk::IsLeaf(*child))
+            return true;
+    }
+    return false;
 }
 
 void CTreeTeardown::Release(CBlock::Items&& items) {

@@ -31,6 +31,7 @@ public:
 private:
     static void Drain(std::vector<CBlockItemPtr>& pending);
     static void TakeChildren(CBlock_item& item, std::vector<CBlockItemPtr>& pending);
+    static bool HasContainers(const CBlock_item& item);
     template <class List>
     static void ReleaseList(List& list);
 };

@@ -1,0 +1,291 @@
+#include "item_road.h"
+#include "binary_number.h"
+#include "name_compare.h"
+#include "number_text.h"
+
+#include <algorithm>
+
+namespace io {
+
+namespace {
+
+constexpr double kMostElements = 65535;
+
+// States of the scanner, by what they stand for.
+enum ScanState {
+    kComment = 1,
+    kBlank = 2,
+    kLineEnd = 4,
+    kWord = 5,
+    kSingleQuote = 6,
+    kDoubleQuote = 7,
+    kFirstOfNumber = 8,
+    kLastOfNumber = 11,
+    kCarriageReturn = 12,
+    kInsideQuote = 7, // more than the quote's own state
+    kClosed = 15      // likewise
+};
+
+constexpr wchar16 Tag(TokenType kind) {
+    return static_cast<wchar16>(kind);
+}
+
+bool IsNumberState(int state) {
+    return state >= kFirstOfNumber && state <= kLastOfNumber;
+}
+
+} // namespace
+
+void CWordCache::Renew(Slot& slot, std::u16string_view text) {
+    slot.token = CToken(TokenType::Keyword, text);
+    CToken::Scratch scratch;
+    slot.text = slot.token.GetText(scratch); // long enough to be no text of the scratch
+    slot.uses = 0;
+}
+
+void CTextRoad::PassRun(int state) {
+    const std::uint8_t* const row = m_Tables.next[state];
+    const wchar16* at = m_Place.at;
+    while (at < m_End && (*at < 256 ? row[*at] == state : m_Tables.Next(state, *at) == state))
+        ++at;
+    m_Place.at = at;
+}
+
+void CTextRoad::PassBlanks() {
+    if (m_Place.at < m_End && State(0) == kBlank)
+        PassRun(kBlank);
+}
+
+void CTextRoad::PassSpace() {
+    while (m_Place.at < m_End) {
+        switch (State(0)) {
+        case kBlank:
+            PassRun(kBlank);
+            break;
+        case kComment:
+            ++m_Place.at;
+            PassRun(kComment);
+            break;
+        case kCarriageReturn:
+            if (m_End - m_Place.at > 1 && m_Tables.Next(kCarriageReturn, m_Place.at[1]) == kLineEnd)
+                ++m_Place.at;
+            [[fallthrough]];
+        case kLineEnd:
+            ++m_Place.at;
+            ++m_Place.line;
+            m_Place.atLineStart = true;
+            break;
+        default:
+            return;
+        }
+    }
+}
+
+BlockEdge CTextRoad::TakeEdge() {
+    if (m_Place.at == m_End || *m_Place.at != u'$')
+        return BlockEdge::None;
+    const wchar16* const first = m_Place.at++;
+    PassRun(kWord);
+    return m_Keywords.EdgeOf(From(first));
+}
+
+bool CTextRoad::TakeWord(CToken& out, CWordCache& words) {
+    std::size_t length = 0;
+    if (const CToken* known = words.Find(m_Place.at, m_End, length)) {
+        const wchar16* const behind = m_Place.at + length;
+        if (behind < m_End && m_Tables.Next(kWord, *behind) != kWord) {
+            m_Place.at = behind;
+            out = *known;
+            return true;
+        }
+    }
+    const wchar16* const first = m_Place.at++;
+    PassRun(kWord);
+    const std::u16string_view word = From(first);
+    if (*first == u'$') // a keyword of blocks, or CData
+        return false;
+    const bool isTrue = MatchesWord(word, m_Tables.grammar->GetTrueWord());
+    if (isTrue || MatchesWord(word, m_Tables.grammar->GetFalseWord())) {
+        const TokenType kind = isTrue ? TokenType::True : TokenType::False;
+        out = m_KeepSource ? CToken(kind, word) : CToken(kind);
+    } else {
+        out = words.Add(word);
+    }
+    return true;
+}
+
+bool CTextRoad::TakeQuoted(CToken& out, int state) {
+    const int inside = state + kInsideQuote;
+    const int closed = state + kClosed;
+    const wchar16* const first = ++m_Place.at;
+    if (m_Place.at == m_End)
+        return false;
+    int next = State(state);
+    if (next == inside) {
+        PassRun(inside);
+        next = m_Place.at < m_End ? State(inside) : 0;
+    }
+    if (next != closed) // escapes, or a line end
+        return false;
+    out = CToken(state == kSingleQuote ? TokenType::SingleQuotedText : TokenType::DoubleQuotedText,
+                 From(first));
+    ++m_Place.at;
+    return true;
+}
+
+bool CTextRoad::TakeElement(CToken& out, CWordCache& words) {
+    PassBlanks();
+    if (m_Place.at == m_End)
+        return false;
+    const int state = State(0);
+    if (IsNumberState(state)) {
+        const wchar16* const behind = ScanNumber(m_Place.at, m_End, m_KeepSource, out);
+        if (!behind)
+            return false;
+        m_Place.at = behind;
+    } else if (state == kWord) {
+        if (!TakeWord(out, words))
+            return false;
+    } else if (state != kSingleQuote && state != kDoubleQuote) {
+        return false;
+    } else if (!TakeQuoted(out, state)) {
+        return false;
+    }
+    m_Place.atLineStart = false;
+    return true;
+}
+
+bool CTextRoad::TakeSame(const CToken& token, CWordCache& words) {
+    CToken other;
+    return TakeElement(other, words) && other == token;
+}
+
+bool CTextRoad::TakeSymbol(wchar16 symbol) {
+    PassBlanks();
+    if (m_Place.at == m_End || *m_Place.at != symbol)
+        return false;
+    ++m_Place.at;
+    return true;
+}
+
+bool CTextRoad::TakeElements(CTokenArray& elements, CWordCache& words) {
+    CToken count;
+    if (!TakeElement(count, words) || !count.IsNumber() || !TakeSymbol(u':'))
+        return false;
+    const double size = count.GetDouble();
+    if (!(size >= 0 && size <= kMostElements))
+        return false;
+    // A count is believed only as far as elements can follow.
+    elements.reserve(
+        std::min(static_cast<std::size_t>(size), static_cast<std::size_t>(m_End - m_Place.at) / 2 + 1));
+    if (TakeSymbol(u']'))
+        return true;
+    do {
+        PassBlanks();
+        CToken& element = elements.emplace_back();
+        const wchar16* behind = m_Place.at < m_End && IsNumberState(State(0))
+                                    ? ScanNumber(m_Place.at, m_End, m_KeepSource, element)
+                                    : nullptr;
+        if (behind)
+            m_Place.at = behind;
+        else if (!TakeElement(element, words))
+            return false;
+    } while (TakeSymbol(u','));
+    return TakeSymbol(u']');
+}
+
+void CBinaryRoad::PassSpace() {
+    while (m_Place.at < m_End && *m_Place.at == Tag(TokenType::Eol)) {
+        ++m_Place.at;
+        m_Place.atLineStart = true;
+    }
+}
+
+// Behind a tag: a text in the short form that holds no character above 127.
+bool CBinaryRoad::TakePlainText(std::u16string_view& text) {
+    if (m_End - m_Place.at < 2)
+        return false;
+    const std::size_t length = m_Place.at[1];
+    if (length > kMostShortText || static_cast<std::size_t>(m_End - m_Place.at) - 2 < length)
+        return false;
+    text = {m_Place.at + 2, length};
+    wchar16 all = 0;
+    for (const wchar16 unit : text)
+        all |= unit;
+    m_Place.at += 2 + length;
+    return all < 128;
+}
+
+BlockEdge CBinaryRoad::TakeEdge() {
+    if (m_End - m_Place.at < 3 || *m_Place.at != Tag(TokenType::Keyword) || m_Place.at[2] != u'$')
+        return BlockEdge::None;
+    std::u16string_view word;
+    return TakePlainText(word) ? m_Keywords.EdgeOf(word) : BlockEdge::Unusual;
+}
+
+bool CBinaryRoad::TakeElement(CToken& out, CWordCache& words) {
+    if (m_Place.at == m_End)
+        return false;
+    const wchar16 tag = *m_Place.at;
+    m_Place.atLineStart = false;
+    std::u16string_view text;
+    switch (tag) {
+    case Tag(TokenType::True):
+    case Tag(TokenType::False):
+        out = CToken(static_cast<TokenType>(tag));
+        ++m_Place.at;
+        return true;
+    case Tag(TokenType::Keyword):
+        if (!TakePlainText(text) || text.empty() || text.front() == u'$')
+            return false;
+        out = words.Get(text);
+        return true;
+    case Tag(TokenType::SingleQuotedText):
+    case Tag(TokenType::DoubleQuotedText):
+        if (!TakePlainText(text))
+            return false;
+        out = CToken(static_cast<TokenType>(tag), text);
+        return true;
+    default: {
+        const wchar16* const behind = TakeBinaryNumber(m_Place.at, m_End, out);
+        if (!behind)
+            return false;
+        m_Place.at = behind;
+        return true;
+    }
+    }
+}
+
+bool CBinaryRoad::TakeSame(const CToken& token, CWordCache& words) {
+    CToken other;
+    return TakeElement(other, words) && other == token;
+}
+
+bool CBinaryRoad::TakeSymbol(wchar16 symbol) {
+    if (m_End - m_Place.at < 2 || *m_Place.at != Tag(TokenType::Symbol) || m_Place.at[1] != symbol)
+        return false;
+    m_Place.at += 2;
+    return true;
+}
+
+bool CBinaryRoad::TakeElements(CTokenArray& elements, CWordCache& words) {
+    CToken count;
+    if (!TakeElement(count, words) || !count.IsNumber() || !TakeSymbol(u':'))
+        return false;
+    const double size = count.GetDouble();
+    if (!(size >= 0 && size <= kMostElements))
+        return false;
+    elements.reserve(
+        std::min(static_cast<std::size_t>(size), static_cast<std::size_t>(m_End - m_Place.at) / 2 + 1));
+    while (!TakeSymbol(u']')) {
+        m_Place.at = TakeDoubles(m_Place.at, m_End, elements);
+        if (TakeSymbol(u']'))
+            return true;
+        if (!TakeElement(elements.emplace_back(), words))
+            return false;
+        TakeSeparator();
+    }
+    return true;
+}
+
+} // namespace io
