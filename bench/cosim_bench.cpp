@@ -7,6 +7,7 @@
 #include <platform/event.h>
 #include <platform/unique_fd.h>
 #include <stringutils/astring.h>
+#include <trancosimlib/cosim_text.h>
 
 #include <fmt/format.h>
 
@@ -89,7 +90,7 @@ public:
         : m_Engine(engine), m_Block(std::move(block)) {}
 
     HRESULT PutCosimPortData(BSTR data) override {
-        if (!m_Ports.FromText(AString(data, SysStringLen(data))))
+        if (!ReadCosimText(data, m_Ports))
             return E_INVALIDARG;
         m_Block.m_Data[0][0] = m_Ports.m_HasData ? m_Ports.m_First[0][0] : 0;
         return Deliver();
@@ -100,10 +101,7 @@ public:
         done.Set();
         return S_OK;
     }
-    HRESULT Deliver() {
-        AString text;
-        return m_Engine.SendCosimSourceData(UniqueBstr(m_Block.ToBinaryText(text)).Get());
-    }
+    HRESULT Deliver() { return m_Engine.SendCosimSourceData(MakeCosimText(m_Block).Get()); }
 
     platform::Event done{platform::Event::Mode::kManualReset};
 

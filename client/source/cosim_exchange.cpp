@@ -1,5 +1,7 @@
 #include <client/cosim_exchange.h>
 
+#include <trancosimlib/cosim_text.h>
+
 namespace kelda {
 
 HRESULT CosimExchange::Deliver(IKeldaEngine& engine, const COSIMSRCDATA& block) {
@@ -13,8 +15,7 @@ HRESULT CosimExchange::Deliver(IKeldaEngine& engine, const COSIMSRCDATA& block) 
             return E_INVALIDARG;
         }
     }
-    AString text;
-    platform::UniqueBstr form(block.ToBinaryText(text));
+    const platform::UniqueBstr form = MakeCosimText(block);
     return form.Get() ? engine.SendCosimSourceData(form.Get()) : E_OUTOFMEMORY;
 }
 
@@ -54,7 +55,7 @@ std::string CosimExchange::Reason() const {
 
 HRESULT CosimExchange::PutPortData(BSTR port_data) {
     COSIMPORTDATA block;
-    if (!block.FromText(AString(port_data, SysStringLen(port_data))))
+    if (!ReadCosimText(port_data, block))
         return E_INVALIDARG;
     // The lock is held to the last: whom the signal wakes may destroy the exchange.
     std::lock_guard lock(m_Mutex);

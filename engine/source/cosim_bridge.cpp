@@ -5,6 +5,7 @@
 #include <engine/job_state.h>
 
 #include <stringutils/astring.h>
+#include <trancosimlib/cosim_text.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -33,6 +34,12 @@ bool Stopped() {
 std::int32_t Index(const char* name) {
     if (!name)
         return -1;
+    std::int32_t index = 0;
+    const char* digit = name;
+    for (; *digit >= '0' && *digit <= '9' && digit - name < 9; ++digit)
+        index = index * 10 + (*digit - '0');
+    if (*digit == '\0' && digit != name)
+        return index;
     const long number = std::strtol(name, nullptr, 10);
     return number >= 0 && number <= std::numeric_limits<std::int32_t>::max()
                ? static_cast<std::int32_t>(number)
@@ -44,7 +51,7 @@ std::int32_t Index(const char* name) {
 CosimBridge::Remark CosimBridge::Deliver(BSTR text, std::int32_t job) {
     std::lock_guard reading(m_Reading);
     std::string fault = "it isn't a time step, a number of sources, a number of samples and that many values";
-    if (m_Read.FromText(AString(text, SysStringLen(text))))
+    if (ReadCosimText(text, m_Read))
         fault = m_Read.Fault();
     if (!fault.empty())
         return {"A block of co-simulation sources was refused: " + fault + ".", true};
@@ -210,8 +217,7 @@ int CosimBridge::PortFlush() noexcept {
 }
 
 HRESULT CosimBridge::PutPorts(IKeldaProgressInterface& client) {
-    AString text;
-    platform::UniqueBstr form(m_Port.ToBinaryText(text));
+    const platform::UniqueBstr form = MakeCosimText(m_Port);
     return form.Get() ? client.PutCosimPortData(form.Get()) : E_OUTOFMEMORY;
 }
 

@@ -1,5 +1,6 @@
 // The records of a co-simulation and their forms.
 
+#include <trancosimlib/cosim_text.h>
 #include <trancosimlib/cosimportdata.h>
 #include <trancosimlib/cosimsrcdata.h>
 
@@ -118,6 +119,11 @@ TEST(CosimRecordsTest, EveryBlockComesBackFromBothForms) {
             EXPECT_EQ(portsBack.m_NumPorts, ports.m_NumPorts);
             EXPECT_EQ(portsBack.m_NumSteps, length);
             EXPECT_EQ(portsBack.m_First, ports.m_First);
+            EXPECT_EQ(portsBack.m_Second, ports.m_Second);
+
+            EXPECT_EQ(AString(MakeCosimText(sources).View()), sources.ToBinaryText(text));
+            EXPECT_EQ(AString(MakeCosimText(ports).View()), ports.ToBinaryText(text));
+            EXPECT_TRUE(ReadCosimText(platform::UniqueBstr(text).Get(), portsBack));
             EXPECT_EQ(portsBack.m_Second, ports.m_Second);
         }
     }
