@@ -25,6 +25,17 @@ struct LookupError {
     const char* text;
 };
 
+void PutValue(std::vector<std::vector<double>>& rows, std::size_t p, std::size_t k, double value) {
+    if (rows.size() <= p)
+        rows.resize(p + 1);
+    auto& row = rows[p];
+    if (row.size() == k)
+        return row.push_back(value);
+    if (row.size() < k)
+        row.resize(k + 1);
+    row[k] = value;
+}
+
 bool Stopped() {
     const JobControl* control = ProcessJobState().control;
     return control && control->Aborted();
@@ -158,7 +169,7 @@ int CosimBridge::Source(const char* name, double time, double* value, double* sl
 int CosimBridge::Port(const char* name, double first, double second) noexcept {
     if (!m_InWork)
         TakeBlock(false);
-    if (m_Failed || Stopped())
+    if (m_Failed)
         return kJobEnds;
     const std::int32_t index = Index(name);
     if (index < 0 || index >= kMostPorts)
@@ -166,14 +177,8 @@ int CosimBridge::Port(const char* name, double first, double second) noexcept {
     const auto p = static_cast<std::size_t>(index);
     const auto k = static_cast<std::size_t>(m_Step);
     try {
-        for (auto [table, value] : {std::pair(&m_Port.m_First, first), std::pair(&m_Port.m_Second, second)}) {
-            if (table->size() <= p)
-                table->resize(p + 1);
-            auto& row = (*table)[p];
-            if (row.size() <= k)
-                row.resize(k + 1);
-            row[k] = value;
-        }
+        PutValue(m_Port.m_First, p, k, first);
+        PutValue(m_Port.m_Second, p, k, second);
     } catch (...) {
         return EndJob("There is no memory for a block of co-simulation ports.");
     }

@@ -72,6 +72,10 @@ int main(int argc, char** argv) {
     // Each job has a thread of its own, and only one works at a time: an arena a thread would keep what the
     // one before left in pieces.
     mallopt(M_ARENA_MAX, 1);
+    // The texts of one block after the other take the same memory; given back to the system in between, every page of it would
+    // have to be had anew.
+    mallopt(M_MMAP_THRESHOLD, 4 << 20);
+    mallopt(M_TRIM_THRESHOLD, 16 << 20);
     int status = Run(argc, argv);
     std::fflush(nullptr);
     // Without the destructors of the process: a job's thread may still be in the kernel.
