@@ -84,8 +84,9 @@ public:
 
     // Hands the terminal form over. It stays bound to this point as long as the point lives.
     std::unique_ptr<CNetworkTerminalData> ReleaseTerminalData();
-    // The post-processed point that a solution keeps with this one. Null destroys it.
+    // The post-processed point that a solution keeps with this one: stored, destroyed by null, or handed over.
     void SetPostprocessedData(std::unique_ptr<CNetworkData> data);
+    std::unique_ptr<CNetworkData> ReleasePostprocessedData();
     bool HasPostprocessedData() const { return m_PostprocessedData != nullptr; }
 
 protected:

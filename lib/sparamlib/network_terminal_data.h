@@ -20,7 +20,7 @@
 //
 // A terminal point that is bound to a modal point computes nothing itself: it asks that one, whose result is brought
 // here if this point is its terminal form. If that brings none, the result is null. When the modal point goes first,
-// this point stands alone.
+// this point stands alone. Both stay on one thread.
 #pragma once
 
 #include <matrix/vec.h>

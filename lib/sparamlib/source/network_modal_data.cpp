@@ -6,6 +6,8 @@
 
 #include <matrix/wave_math.h>
 
+#include <algorithm>
+
 namespace {
 
 // Each port's value for each of its rows. False unless there is one value for each port and there are n rows.
@@ -334,4 +336,8 @@ std::unique_ptr<CNetworkTerminalData> CNetworkModalData::ReleaseTerminalData() {
 
 void CNetworkModalData::SetPostprocessedData(std::unique_ptr<CNetworkData> data) {
     m_PostprocessedData = std::move(data);
+}
+
+std::unique_ptr<CNetworkData> CNetworkModalData::ReleasePostprocessedData() {
+    return std::move(m_PostprocessedData);
 }

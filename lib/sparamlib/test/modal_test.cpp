@@ -548,7 +548,7 @@ TEST(Modal, ACopyIsDeepAndHasNoPostprocessedPoint) {
     const CNetworkModalData& self = point;
     point = self;
     EXPECT_EQ(point.GetPostprocessedData(), address);
-    point.SetPostprocessedData(nullptr);
+    EXPECT_EQ(point.ReleasePostprocessedData().get(), address);
     EXPECT_EQ(point.GetPostprocessedData(), &point);
 }
 

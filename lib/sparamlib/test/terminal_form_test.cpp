@@ -1,5 +1,7 @@
 #include "point_tests.h"
 
+#include <bit>
+
 namespace {
 
 const double kHalf = std::sqrt(0.5);
@@ -102,6 +104,38 @@ TEST(TerminalForm, WithoutATransformIsLeftOrMadeOfZeros) {
     pair.point.GetZMatrix(true);
     ASSERT_TRUE(form->GetZMatrix(false));
     EXPECT_TRUE(IsZero(*form->GetZMatrix(false)));
+}
+
+TEST(TerminalForm, IsTheWrittenProductToTheBit) {
+    Networks networks(31);
+    for (int n = 1; n <= 9; ++n) {
+        SCOPED_TRACE(n);
+        Ports ports(n);
+        CNetworkModalData point(&ports, 1e9);
+        ComplexMatrix s = networks.Any(n, 1), transform = networks.Any(n, 1);
+        ComplexVector z = networks.ComplexImpedances(n), gamma = networks.ComplexImpedances(n);
+        transform[0][0] = 0.0; // sums of zeros, the second one of a negative
+        gamma[n - 1] = {-0.0, 0.0};
+        if (n == 9)
+            transform[1][1].im = std::numeric_limits<double>::infinity();
+        point.SetSMatrix(&s, true);
+        point.SetPortImpedance(&z, true);
+        point.SetGamma(&gamma, true);
+        point.SetTerminalTransform(&transform);
+        const CNetworkTerminalData* form = point.GetTerminalData(true);
+        ASSERT_TRUE(form);
+        const ComplexMatrix conjugate = ConjugateTranspose(transform);
+        const auto equalBits = [](const ComplexMatrix& a, const ComplexMatrix& b) {
+            const auto bits = [](double x) { return std::isnan(x) ? 0 : std::bit_cast<std::uint64_t>(x); };
+            return std::equal(a.Data(), a.Data() + a.Size(), b.Data(),
+                              [&](const Complex& x, const Complex& y) {
+                                  return bits(x.re) == bits(y.re) && bits(x.im) == bits(y.im);
+                              });
+        };
+        EXPECT_TRUE(equalBits(*form->GetPortImpedance(), (transform * DiagonalMatrix(z)) * conjugate));
+        EXPECT_TRUE(equalBits(*form->GetGamma(), (transform * DiagonalMatrix(gamma)) * conjugate));
+        EXPECT_TRUE(equalBits(*point.GetTerminalData(true)->GetSMatrix(false), (transform * s) * conjugate));
+    }
 }
 
 TEST(TerminalForm, WantsEverythingThatItIsMadeOf) {
