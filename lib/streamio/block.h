@@ -64,6 +64,7 @@ public:
     // A null pointer is ignored.
     void Add(const CBlockItemPtr& item) { Add(CBlockItemPtr(item)); }
     void Add(CBlockItemPtr&& item);
+    void Reserve(std::size_t count) { mItems.reserve(count); }
     CBlock& operator<<(const CBlockItemPtr& item);
     CBlock& operator<<(const CBlock& block) { return AddBlock(block); }
     CBlock& operator<<(const CBlock_func& func) { return AddFunc(func); }

@@ -282,7 +282,9 @@ public:
     bool GetDouble(double& out) const override;
 
     // A null pointer is ignored.
-    void Add(const CBlockFuncArgPtr& arg);
+    void Add(const CBlockFuncArgPtr& arg) { Add(CBlockFuncArgPtr(arg)); }
+    void Add(CBlockFuncArgPtr&& arg);
+    void Reserve(std::size_t count) { mArgs.reserve(count); }
     CBlock_func& operator<<(const CBlock_named_value& value);
     CBlock_func& operator<<(const AString& text);
     CBlock_func& operator<<(const wchar16* text);

@@ -376,10 +376,10 @@ bool CBlock_func::GetDouble(double& out) const {
     return first && first->GetDouble(out);
 }
 
-void CBlock_func::Add(const CBlockFuncArgPtr& arg) {
+void CBlock_func::Add(CBlockFuncArgPtr&& arg) {
     if (!arg)
         return;
-    mArgs.push_back(arg);
+    mArgs.push_back(std::move(arg));
     mCursor = 0;
     mGood = true;
 }

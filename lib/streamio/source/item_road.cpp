@@ -51,11 +51,6 @@ void CTextRoad::PassRun(int state) {
     m_Place.at = at;
 }
 
-void CTextRoad::PassBlanks() {
-    if (m_Place.at < m_End && State(0) == kBlank)
-        PassRun(kBlank);
-}
-
 void CTextRoad::PassSpace() {
     while (m_Place.at < m_End) {
         switch (State(0)) {
@@ -158,14 +153,6 @@ bool CTextRoad::TakeElement(CToken& out, CWordCache& words) {
 bool CTextRoad::TakeSame(const CToken& token, CWordCache& words) {
     CToken other;
     return TakeElement(other, words) && other == token;
-}
-
-bool CTextRoad::TakeSymbol(wchar16 symbol) {
-    PassBlanks();
-    if (m_Place.at == m_End || *m_Place.at != symbol)
-        return false;
-    ++m_Place.at;
-    return true;
 }
 
 bool CTextRoad::TakeElements(CTokenArray& elements, CWordCache& words) {

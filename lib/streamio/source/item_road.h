@@ -7,6 +7,7 @@
 
 #include <streamio/token.h>
 
+#include <cstring>
 #include <string_view>
 
 namespace io {
@@ -37,7 +38,7 @@ public:
     const CToken* Find(const wchar16* text, const wchar16* end, std::size_t& length) {
         Slot* slot = SlotOf(text, end);
         if (!slot || slot->text.empty() || static_cast<std::size_t>(end - text) < slot->text.size() ||
-            std::u16string_view(text, slot->text.size()) != slot->text)
+            std::memcmp(text, slot->text.data(), slot->text.size() * sizeof(wchar16)) != 0)
             return nullptr;
         // A text's copies are counted in a byte; then a new one serves the next.
         if (++slot->uses > kMostUses)
@@ -94,7 +95,14 @@ public:
     bool TakeElement(CToken& out, CWordCache& words);
     // That very word or text.
     bool TakeSame(const CToken& token, CWordCache& words);
-    bool TakeSymbol(wchar16 symbol);
+    bool TakeSymbol(wchar16 symbol) {
+        const wchar16* at = m_Place.at;
+        while (at < m_End && *at != symbol && IsBlank(*at))
+            ++at;
+        const bool found = at < m_End && *at == symbol;
+        m_Place.at = found ? at + 1 : at;
+        return found;
+    }
     // What stands between two elements or arguments.
     bool TakeSeparator() { return TakeSymbol(u','); }
     // The numbers and other elements from the bracket on.
@@ -102,8 +110,12 @@ public:
 
 private:
     int State(int from) const { return m_Tables.Next(from, *m_Place.at); }
+    bool IsBlank(wchar16 unit) const { return unit < 256 && m_Tables.next[0][unit] == 2; }
     void PassRun(int state);
-    void PassBlanks();
+    void PassBlanks() {
+        while (m_Place.at < m_End && IsBlank(*m_Place.at))
+            ++m_Place.at;
+    }
     std::u16string_view From(const wchar16* begin) const {
         return {begin, static_cast<std::size_t>(m_Place.at - begin)};
     }

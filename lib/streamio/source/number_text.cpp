@@ -54,47 +54,41 @@ int CountDigits(std::uint64_t value) {
     return guess + (guess < 19 && value >= kPowers[guess] ? 1 : 0);
 }
 
-// Eight units as eight bytes; a unit above 255 becomes a byte that is no digit.
-bool LoadEight(const wchar16* text, std::uint64_t& bytes) {
 #if defined(__SSE2__)
+// The number that eight digits spell; false if one of the eight units is none.
+inline bool TakeEightDigits(const wchar16* text, std::uint32_t& number) {
     const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
-    bytes = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_packus_epi16(units, units)));
+    const __m128i values = _mm_sub_epi16(units, _mm_set1_epi16(u'0'));
+    const __m128i beyond = _mm_subs_epu16(values, _mm_set1_epi16(9));
+    if (_mm_movemask_epi8(_mm_cmpeq_epi16(beyond, _mm_setzero_si128())) != 0xFFFF)
+        return false;
+    const __m128i pairs = _mm_madd_epi16(values, _mm_setr_epi16(1000, 100, 10, 1, 1000, 100, 10, 1));
+    const __m128i fours = _mm_add_epi32(pairs, _mm_srli_epi64(pairs, 32));
+    number = static_cast<std::uint32_t>(_mm_cvtsi128_si32(fours)) * 10000 +
+             static_cast<std::uint32_t>(_mm_extract_epi16(fours, 4));
     return true;
+}
 #else
-    (void)text;
-    (void)bytes;
-    return false;
+inline bool TakeEightDigits(const wchar16* text, std::uint32_t& number) {
+    number = 0;
+    for (int i = 0; i < 8; ++i) {
+        if (!IsDigit(text[i]))
+            return false;
+        number = number * 10 + static_cast<std::uint32_t>(text[i] - u'0');
+    }
+    return true;
+}
 #endif
-}
-
-// The number that eight digits spell, each byte the value of one, the first digit lowest.
-std::uint64_t EightDigits(std::uint64_t digits) {
-    digits = digits * 10 + (digits >> 8);
-    constexpr std::uint64_t kMask = 0x000000FF000000FF;
-    return (((digits & kMask) * 0x000F424000000064) + (((digits >> 16) & kMask) * 0x0000271000000001)) >> 32;
-}
 
 // Adds a run of digits to `value`, which wraps when there are too many of them.
 inline const wchar16* ScanDigits(const wchar16* text, const wchar16* end, std::uint64_t& value) {
-    std::uint64_t bytes = 0;
-    while (end - text >= 8 && LoadEight(text, bytes)) {
-        bytes ^= 0x3030303030303030;
-        // The high bit of each byte that is no digit's value.
-        const std::uint64_t others =
-            (((bytes & 0x7F7F7F7F7F7F7F7F) + 0x7676767676767676) | bytes) & 0x8080808080808080;
-        if (others == 0) {
-            value = value * 100000000 + EightDigits(bytes);
-            text += 8;
-            continue;
-        }
-        if (const int count = std::countr_zero(others) / 8; count > 0) {
-            value = value * kPowers[count] + EightDigits(bytes << (64 - 8 * count));
-            text += count;
-        }
-        return text;
+    std::uint32_t eight = 0;
+    while (end - text >= 8 && TakeEightDigits(text, eight)) {
+        value = value * 100000000 + eight;
+        text += 8;
     }
     while (text < end && IsDigit(*text))
-        value = value * 10 + (*text++ - u'0');
+        value = value * 10 + static_cast<std::uint64_t>(*text++ - u'0');
     return text;
 }
 
@@ -222,37 +216,35 @@ bool LeadingDigits(double value, int precision, std::uint64_t& digits, int& expo
     return false;
 }
 
-} // namespace
-
-const wchar16* ScanNumber(const wchar16* text, const wchar16* end, bool keepSource, CToken& out) {
-    const wchar16* p = text;
-    const bool signedText = p < end && (*p == u'-' || *p == u'+');
-    const bool negative = signedText && *p == u'-';
-    p += signedText ? 1 : 0;
-
-    std::uint64_t digits = 0;
-    const wchar16* const whole = p;
-    if (p < end && IsDigit(*p))
-        digits = *p++ - u'0';
-    if (p < end && IsDigit(*p))
-        p = ScanDigits(p, end, digits);
-    const auto wholeCount = p - whole;
+// What a number's text is made of.
+struct CNumberParts {
+    std::uint64_t digits = 0; // all of them as one integer, which wraps beyond kMostDigits
+    const wchar16* whole;     // the first digit
+    std::ptrdiff_t wholeCount;
     std::ptrdiff_t fractionCount = 0;
-    const bool point = p < end && *p == u'.';
-    if (point) {
-        const wchar16* const fraction = ++p;
-        p = ScanDigits(p, end, digits);
-        fractionCount = p - fraction;
-    }
-    if (wholeCount + fractionCount == 0)
-        return nullptr;
-    if (wholeCount == 1 && *whole == u'0' && !signedText && !point && p < end && *p == u'x')
-        return nullptr;
+    bool isSigned;
+    bool negative;
+    bool point = false;
 
+    bool AreFew() const { return wholeCount + fractionCount <= kMostDigits; }
+    // As most programs write it: no sign but a minus, no needless zeros in front, digits on both sides of a point.
+    bool IsUsual() const {
+        return AreFew() && isSigned == negative && wholeCount > 0 && (wholeCount == 1 || *whole != u'0') &&
+               (!point || fractionCount > 0);
+    }
+};
+
+// The rest of a number from its exponent on, and numbers of unusual digits.
+[[gnu::noinline]] const wchar16* ScanUnusual(const wchar16* text, const wchar16* p, const wchar16* end,
+                                             const CNumberParts& parts, bool keepSource, CToken& out) {
+    if (parts.wholeCount + parts.fractionCount == 0)
+        return nullptr;
+    if (parts.wholeCount == 1 && *parts.whole == u'0' && !parts.isSigned && !parts.point && p < end &&
+        *p == u'x')
+        return nullptr;
     int exponent = 0;
     bool plain = true;
     bool usualExponent = false;
-    // A lone point with a sign or digits behind it needs no digits in front, but an exponent needs a number.
     if (p < end && (*p == u'e' || *p == u'E')) {
         const wchar16* q = p + 1;
         const bool exponentSigned = q < end && (*q == u'-' || *q == u'+');
@@ -274,26 +266,61 @@ const wchar16* ScanNumber(const wchar16* text, const wchar16* end, bool keepSour
         p = q;
     }
 
-    const TokenType kind = plain && !point ? TokenType::Int : TokenType::Double;
+    const TokenType kind = plain && !parts.point ? TokenType::Int : TokenType::Double;
     double value = 0;
-    const bool few = wholeCount + fractionCount <= kMostDigits;
-    if (!few || !ComputeDouble(digits, exponent - static_cast<int>(fractionCount), value)) {
+    if (!parts.AreFew() ||
+        !ComputeDouble(parts.digits, exponent - static_cast<int>(parts.fractionCount), value))
         ParseDouble({text, static_cast<std::size_t>(p - text)}, value);
-    } else if (negative) {
+    else if (parts.negative)
         value = -value;
-    }
 
     if (!keepSource) {
         out = CToken(kind, value);
         return p;
     }
-    bool usual = few && (!signedText || negative) && (!point || fractionCount > 0);
-    if (plain)
-        usual = usual && wholeCount > 0 && (wholeCount == 1 || *whole != u'0') && (digits != 0 || !point);
+    const bool usual =
+        parts.IsUsual() && (plain ? parts.digits != 0 || !parts.point
+                                  : usualExponent && parts.wholeCount == 1 && *parts.whole != u'0');
+    if (usual && CToken::CanSpell(parts.digits, value))
+        out = CToken::SpelledNumber(kind, value, parts.digits, !plain);
     else
-        usual = usual && usualExponent && wholeCount == 1 && *whole != u'0';
-    if (usual && CToken::CanSpell(digits, value))
-        out = CToken::SpelledNumber(kind, value, digits, !plain);
+        out = CToken(kind, value, {text, static_cast<std::size_t>(p - text)});
+    return p;
+}
+
+} // namespace
+
+const wchar16* ScanNumber(const wchar16* text, const wchar16* end, bool keepSource, CToken& out) {
+    CNumberParts parts;
+    const wchar16* p = text;
+    parts.isSigned = p < end && (*p == u'-' || *p == u'+');
+    parts.negative = parts.isSigned && *p == u'-';
+    p += parts.isSigned ? 1 : 0;
+    parts.whole = p;
+    // Most numbers have one digit in front of their point.
+    if (p < end && IsDigit(*p))
+        parts.digits = static_cast<std::uint64_t>(*p++ - u'0');
+    if (p < end && IsDigit(*p))
+        p = ScanDigits(p, end, parts.digits);
+    parts.wholeCount = p - parts.whole;
+    if (p < end && *p == u'.') {
+        parts.point = true;
+        const wchar16* const fraction = ++p;
+        p = ScanDigits(p, end, parts.digits);
+        parts.fractionCount = p - fraction;
+    }
+    double value = 0;
+    const unsigned behind = p < end ? *p : 0u;
+    if ((behind | 32) == u'e' || behind == u'x' || !parts.IsUsual() ||
+        !ComputeDouble(parts.digits, -static_cast<int>(parts.fractionCount), value))
+        return ScanUnusual(text, p, end, parts, keepSource, out);
+    if (parts.negative)
+        value = -value;
+    const TokenType kind = parts.point ? TokenType::Double : TokenType::Int;
+    if (!keepSource)
+        out = CToken(kind, value);
+    else if (CToken::CanSpell(parts.digits, value) && (parts.digits != 0 || !parts.point))
+        out = CToken::SpelledNumber(kind, value, parts.digits, false);
     else
         out = CToken(kind, value, {text, static_cast<std::size_t>(p - text)});
     return p;

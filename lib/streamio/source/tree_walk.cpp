@@ -219,13 +219,17 @@ void CTreeTeardown::TakeChildren(CBlock_item& item, std::vector<CBlockItemPtr>& 
     if (CTreeWalk::IsBlock(item)) {
         auto& block = static_cast<CBlock&>(item);
         block.mNameIndex.reset(); // holds its items too
-        for (CBlockItemPtr& child : block.mItems)
-            pending.push_back(std::move(child));
+        for (CBlockItemPtr& child : block.mItems) {
+            if (child && HasContainers(*child))
+                pending.push_back(std::move(child));
+        }
         block.mItems.clear();
     } else if (CTreeWalk::IsFunc(item)) {
         auto& func = static_cast<CBlock_func&>(item);
-        for (CBlockFuncArgPtr& child : func.mArgs)
-            pending.emplace_back(child);
+        for (CBlockFuncArgPtr& child : func.mArgs) {
+            if (child && HasContainers(*child))
+                pending.emplace_back(child);
+        }
         func.mArgs.clear();
     }
 }
@@ -234,7 +238,7 @@ void CTreeTeardown::Drain(std::vector<CBlockItemPtr>& pending) {
     while (!pending.empty()) {
         const CBlockItemPtr item = std::move(pending.back());
         pending.pop_back();
-        // Its children wait here, so that its own destruction goes no deeper.
+        // Children that hold more than leaves wait here, so that its own destruction goes no deeper than two.
         if (item.IsOnly())
             TakeChildren(*item, pending);
     }
