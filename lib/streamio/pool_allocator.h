@@ -9,14 +9,66 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <new>
 
 namespace io {
 
+// The inside of the pool, as far as the usual calls need it at hand.
+namespace pool {
+
+struct FreeBlock {
+    FreeBlock* next;
+};
+
+struct FreeList {
+    FreeBlock* head = nullptr;
+    std::uint32_t count = 0;
+    std::uint32_t most = 0; // what a thread keeps
+
+    void Push(void* block) {
+        head = new (block) FreeBlock{head};
+        ++count;
+    }
+    void* Pop() {
+        FreeBlock* block = head;
+        head = block->next;
+        // The next one is wanted soon, and has left the cache.
+        __builtin_prefetch(head);
+        --count;
+        return block;
+    }
+};
+
+inline constexpr std::size_t kFineLimit = 512; // classes of 16 bytes up to here
+
+// The thread's lists by class; null before its first call and after its last.
+extern constinit thread_local FreeList* tLists;
+
+void* Allocate(std::size_t size);
+void Free(void* block, std::size_t size) noexcept;
+
+} // namespace pool
+
 // `size` above 0; throws std::bad_alloc.
-void* PoolAllocate(std::size_t size);
+inline void* PoolAllocate(std::size_t size) {
+    if (size <= pool::kFineLimit && pool::tLists) {
+        pool::FreeList& list = pool::tLists[(size - 1) / 16];
+        if (list.head)
+            return list.Pop();
+    }
+    return pool::Allocate(size);
+}
 
 // `size` as it was asked for.
-void PoolFree(void* block, std::size_t size) noexcept;
+inline void PoolFree(void* block, std::size_t size) noexcept {
+    if (size <= pool::kFineLimit && block && pool::tLists) {
+        pool::FreeList& list = pool::tLists[(size - 1) / 16];
+        if (list.count < list.most)
+            return list.Push(block);
+    }
+    pool::Free(block, size);
+}
 
 template <class T>
 struct PoolAllocator {

@@ -20,11 +20,17 @@
 
 namespace io {
 
+using pool::FreeList;
+using pool::kFineLimit;
+using pool::tLists;
+
+constinit thread_local FreeList* pool::tLists = nullptr;
+
 namespace {
 
 constexpr std::size_t kLargest = std::size_t{64} << 10;
-constexpr std::size_t kFineLimit = 512; // classes of 16 bytes up to here, then four to each doubling
 constexpr std::size_t kFineClasses = kFineLimit / 16;
+// Classes of 16 bytes up to the fine limit, then four to each doubling.
 constexpr std::size_t kClasses = kFineClasses + 4 * 7;
 constexpr std::size_t kChunk = std::size_t{256} << 10;
 // What a thread may keep of one class before it gives half of it away.
@@ -51,34 +57,6 @@ static_assert(SizeOf(ClassOf(1)) == 16 && SizeOf(ClassOf(512)) == 512 && SizeOf(
 static_assert(SizeOf(ClassOf(8192)) == 8192 && SizeOf(ClassOf(kLargest)) == kLargest);
 static_assert(ClassOf(kLargest) == kClasses - 1);
 
-// By class, how many blocks a thread keeps.
-constexpr auto kKeepCounts = [] {
-    std::array<std::uint32_t, kClasses> counts{};
-    for (std::size_t i = 0; i < kClasses; ++i)
-        counts[i] = static_cast<std::uint32_t>(kKeepBytes / SizeOf(i));
-    return counts;
-}();
-
-struct FreeBlock {
-    FreeBlock* next;
-};
-
-struct FreeList {
-    FreeBlock* head = nullptr;
-    std::size_t count = 0;
-
-    void Push(void* block) {
-        head = new (block) FreeBlock{head};
-        ++count;
-    }
-    void* Pop() {
-        FreeBlock* block = head;
-        head = block->next;
-        --count;
-        return block;
-    }
-};
-
 // The unused end of a chunk whose thread has ended.
 struct OpenChunk {
     OpenChunk* next;
@@ -102,6 +80,11 @@ struct ThreadCache {
     FreeList lists[kClasses];
     std::byte* chunk = nullptr;
     std::size_t left = 0;
+
+    ThreadCache() {
+        for (std::size_t i = 0; i < kClasses; ++i)
+            lists[i].most = static_cast<std::uint32_t>(kKeepBytes / SizeOf(i));
+    }
 };
 
 constinit thread_local ThreadCache* tCache = nullptr;
@@ -111,9 +94,13 @@ constinit thread_local bool tClosed = false;
 struct CacheOwner {
     ThreadCache cache;
 
-    CacheOwner() { tCache = &cache; }
+    CacheOwner() {
+        tCache = &cache;
+        tLists = cache.lists;
+    }
     ~CacheOwner() {
         tCache = nullptr;
+        tLists = nullptr;
         tClosed = true;
         Depot& depot = TheDepot();
         const std::lock_guard lock(depot.mutex);
@@ -190,7 +177,7 @@ ThreadCache* OpenCache() {
 
 } // namespace
 
-void* PoolAllocate(std::size_t size) {
+void* pool::Allocate(std::size_t size) {
     if (STREAMIO_PLAIN_HEAP || size > kLargest)
         return ::operator new(size);
     const std::size_t index = ClassOf(size);
@@ -209,7 +196,7 @@ void* PoolAllocate(std::size_t size) {
     return AllocateSlow(index);
 }
 
-void PoolFree(void* block, std::size_t size) noexcept {
+void pool::Free(void* block, std::size_t size) noexcept {
     if (!block)
         return;
     if (STREAMIO_PLAIN_HEAP || size > kLargest) {
@@ -219,7 +206,7 @@ void PoolFree(void* block, std::size_t size) noexcept {
     const std::size_t index = ClassOf(size);
     if (ThreadCache* cache = tCache) [[likely]] {
         FreeList& list = cache->lists[index];
-        if (list.count < kKeepCounts[index]) [[likely]] {
+        if (list.count < list.most) [[likely]] {
             list.Push(block);
             return;
         }

@@ -247,7 +247,11 @@ void CTreeTeardown::Drain(std::vector<CBlockItemPtr>& pending) {
 template <class List>
 void CTreeTeardown::ReleaseList(List& list) {
     std::vector<CBlockItemPtr> pending;
-    for (auto& item : list) {
+    constexpr std::size_t kAhead = 4;
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        auto& item = list[i];
+        if (i + kAhead < list.size())
+            __builtin_prefetch(list[i + kAhead].Get());
         // What holds leaves only may go by itself: its destruction goes no deeper.
         if (item && HasContainers(*item)) {
             pending.emplace_back(item);
