@@ -300,6 +300,12 @@ TEST_F(CosimTest, ABlockThatIsDeliveredDuringTheFlushsOwnCallIsKept) {
     constexpr int kBlocks = 2000;
     auto client = Recorder::New();
     std::atomic<int> asked = 0;
+    client->onPorts = [&] {
+        if (++asked % 3 == 0)
+            std::this_thread::yield();
+        return S_OK;
+    };
+    Start(client.Get(), "cosim " + std::to_string(2 * kBlocks) + " 1 1 1");
     std::thread simulator([&] {
         for (int i = 0; i < kBlocks; ++i) {
             while (asked < i)
@@ -308,12 +314,6 @@ TEST_F(CosimTest, ABlockThatIsDeliveredDuringTheFlushsOwnCallIsKept) {
                 UniqueBstr(AString("1 1 2 " + std::to_string(i) + " " + std::to_string(i))).Get());
         }
     });
-    client->onPorts = [&] {
-        if (++asked % 3 == 0)
-            std::this_thread::yield();
-        return S_OK;
-    };
-    Start(client.Get(), "cosim " + std::to_string(2 * kBlocks) + " 1 1 1");
     ASSERT_TRUE(client->WaitDone());
     simulator.join();
     const Calls calls = client->Calls();

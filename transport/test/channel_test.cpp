@@ -49,10 +49,11 @@ public:
     }
     HRESULT PutCosimPortData(BSTR data) override {
         posted = Text(data);
-        return E_FAIL;
+        return onPorts ? onPorts() : E_FAIL;
     }
 
     std::function<HRESULT()> onProgress;
+    std::function<HRESULT()> onPorts;
     double seen = 0;
     std::u16string posted;
     UniqueBstr answer;
@@ -138,7 +139,10 @@ protected:
         m_EngineCallbacks.emplace(std::move(callbacks.there), m_EngineStub);
         m_ClientCalls.emplace(std::move(calls.here), m_Objects);
         m_ClientCallbacks.emplace(std::move(callbacks.here), m_Objects);
-        m_EngineStub.Connect({*m_EngineCalls, *m_EngineCallbacks});
+        m_EngineStub.Connect({*m_EngineCalls, *m_EngineCallbacks, [this](BSTR block) {
+                                  answered.push_back(Text(block));
+                                  answeredBy = std::this_thread::get_id();
+                              }});
         client.emplace(*m_ClientCalls, m_Objects);
         m_CallThread = std::thread([this] { Serve(*m_EngineCalls); });
         m_CallbackThread = std::thread([this] { Serve(*m_ClientCallbacks); });
@@ -194,6 +198,8 @@ protected:
 
     Engine engine;
     std::int32_t resumed = -1;
+    std::vector<std::u16string> answered; // blocks that came with an answer
+    std::thread::id answeredBy;
     std::optional<transport::EngineProxy> client;
     transport::CallbackStub m_Objects;
 
@@ -334,6 +340,38 @@ TEST_F(ChannelTest, ACallbackMayCallTheEngineAndACallMayCallTheClientBack) {
     EXPECT_EQ(client->StartAnalysis(progress.Get(), nullptr, nullptr, nullptr, &job), 77);
     EXPECT_EQ(depth, 10);
     EXPECT_EQ(thread, std::this_thread::get_id());
+}
+
+TEST_F(ChannelTest, ABlockThatIsDeliveredWithinThePortsCallbackTravelsWithItsAnswer) {
+    auto progress = New<Progress>();
+    HRESULT delivered = E_FAIL, second = S_OK, elsewhere = S_OK;
+    std::thread::id job;
+    progress->onPorts = [&] {
+        // Another thread isn't within the callback, and a second block has no room in the answer: both go as calls.
+        std::thread([&] { elsewhere = client->SendCosimSourceData(UniqueBstr(u"elsewhere").Get()); }).join();
+        EXPECT_EQ(engine.texts, u"elsewhere");
+        delivered = client->SendCosimSourceData(UniqueBstr(u"block").Get());
+        EXPECT_EQ(engine.texts, u"elsewhere");
+        second = client->SendCosimSourceData(UniqueBstr(u"second").Get());
+        EXPECT_EQ(engine.texts, u"second");
+        return S_FALSE;
+    };
+    RunJob(progress.Get(), nullptr, [&](IKeldaProgressInterface* p, IKeldaSolutionInterface*) {
+        job = std::this_thread::get_id();
+        EXPECT_EQ(p->PutCosimPortData(UniqueBstr(u"ports").Get()), S_FALSE);
+        EXPECT_EQ(answered, (std::vector<std::u16string>{u"block"}));
+        progress->onPorts = nullptr;
+        EXPECT_EQ(p->PutCosimPortData(UniqueBstr(u"ports").Get()), E_FAIL);
+        progress->onPorts = [&] { return client->SendCosimSourceData(nullptr); };
+        EXPECT_EQ(p->PutCosimPortData(nullptr), S_OK);
+    });
+    EXPECT_EQ(answered, (std::vector<std::u16string>{u"block", u""}));
+    EXPECT_EQ(answeredBy, job);
+    EXPECT_EQ(delivered, S_OK);
+    EXPECT_EQ(second, E_INVALIDARG) << "the engine's own answer";
+    EXPECT_EQ(elsewhere, E_INVALIDARG);
+    EXPECT_EQ(client->SendCosimSourceData(UniqueBstr(u"later").Get()), E_INVALIDARG);
+    EXPECT_EQ(engine.texts, u"later");
 }
 
 TEST_F(ChannelTest, TheClientsObjectsAreReleasedWhenTheEngineHasLetGoOfThem) {
