@@ -1,6 +1,6 @@
 // Points against what they consist of: the memory of one against its elements, its block against the bare tree of the
 // same items, and what a conversion sets aside against its result. A time is the median of ours over the median of the
-// other's, by turns in one run. `points_bench [rounds]`.
+// other's, by turns in one run, in processor time. `points_bench [rounds]`.
 #include <sparamlib/network_modal_data.h>
 #include <sparamlib/network_terminal_data.h>
 #include <streamio/block.h>
@@ -8,8 +8,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
+#include <ctime>
 #include <functional>
 #include <malloc.h>
 #include <new>
@@ -60,8 +60,6 @@ void operator delete[](void* memory, std::size_t) noexcept {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 int gRounds = 21;
 
 struct Ports final : INetworkDataOwner {
@@ -88,11 +86,17 @@ double Median(std::vector<double> times) {
     return times[times.size() / 2];
 }
 
+double ProcessorSeconds() {
+    timespec time;
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
+
 double Seconds(const std::function<void()>& work, int repeat) {
-    const auto start = Clock::now();
+    const double start = ProcessorSeconds();
     for (int i = 0; i < repeat; ++i)
         work();
-    return std::chrono::duration<double>(Clock::now() - start).count() / repeat;
+    return (ProcessorSeconds() - start) / repeat;
 }
 
 void Compare(const std::string& what, const std::function<void()>& ours, const std::function<void()>& bare,

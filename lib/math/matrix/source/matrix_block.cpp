@@ -26,6 +26,7 @@ void AddInteger(CBlock& block, const wchar16* name, int value) {
 void AddComplex(CBlock& block, const CToken& name, const Complex& value) {
     auto* item = new CBlock_func(name);
     block.Add(CBlockItemPtr(item));
+    item->Reserve(2);
     *item << value.re << value.im;
 }
 
@@ -36,6 +37,7 @@ CToken ComplexName() {
 void AddRow(CBlock& block, int row, const Complex* elements, int n) {
     auto* items = new CBlock(RowName(row));
     block.Add(CBlockItemPtr(items));
+    items->Reserve(static_cast<std::size_t>(n));
     const CToken name = ComplexName();
     for (int j = 0; j < n; ++j)
         AddComplex(*items, name, elements[j]);
