@@ -88,7 +88,7 @@ CKT_KERNEL_ENTRY void set_cosim_call_back(const char* name, void* call_back);
  * have no values of their own: the callback gives them, asked for once a time point and in time order from step to step (a
  * step that the simulator takes again goes back within itself). At the end of every step, the last one being cut short by
  * the end of the .tran, all ports are handed in and the step is flushed. All other analyses have the sources' own values and
- * ask nobody. Before the first question comes the information "co-simulation: N steps of STEP s, M sources, K ports".
+ * ask nobody. Before the first question comes the information "co-simulation: N steps of STEP s to END s, M sources, K ports".
  *
  * Written, where NAME is the netlist's file name without its extension and N numbers the analyses of one kind from
  * the second on (NAME.tran.csv, NAME.tran2.csv):

@@ -15,13 +15,14 @@ namespace job {
 struct EngineJob::Shared {
     const std::string circuit;
     const std::string project;
+    const std::shared_ptr<CosimSession> cosim; // null where the sources aren't driven
     EventQueue events;
     std::mutex mutex;
     platform::InterfacePtr<IKeldaEngine> engine;
     std::int32_t handle = 0;
 
-    Shared(std::string circuitPath, std::string projectPath)
-        : circuit(std::move(circuitPath)), project(std::move(projectPath)) {}
+    Shared(std::string circuitPath, std::string projectPath, std::shared_ptr<CosimSession> session)
+        : circuit(std::move(circuitPath)), project(std::move(projectPath)), cosim(std::move(session)) {}
 };
 
 namespace {
@@ -29,14 +30,18 @@ namespace {
 class QueueingProgress final : public kelda::ProgressInterface {
 public:
     template <class Owner>
-    explicit QueueingProgress(const std::shared_ptr<Owner>& owner) : m_Events(owner, &owner->events) {}
+    explicit QueueingProgress(const std::shared_ptr<Owner>& owner)
+        : m_Events(owner, &owner->events), m_Cosim(owner->cosim) {}
 
     HRESULT ProgressUpdate(double progress_val) override {
         m_Events->PushFromJob(Progress{progress_val});
         return S_OK;
     }
     HRESULT AnalysisDone(std::int32_t return_code) override {
-        m_Events->PushFromJob(Done{return_code});
+        if (m_Cosim)
+            m_Cosim->Ended(return_code); // whose thread says so when it has done its part
+        else
+            m_Events->PushFromJob(Done{return_code, {}});
         return S_OK;
     }
     HRESULT PostOrvaneMessage(BSTR message) override {
@@ -58,11 +63,14 @@ public:
         *message = built.ToBstr();
         return S_OK;
     }
-    // Nobody here takes part in a co-simulation; a kernel that is told so doesn't wait for an answer.
-    HRESULT PutCosimPortData(BSTR) override { return E_NOTIMPL; }
+    HRESULT PutCosimPortData(BSTR port_data) override {
+        // A kernel that is told that nobody takes part doesn't wait for an answer.
+        return m_Cosim ? m_Cosim->Exchange()->PutPortData(port_data) : E_NOTIMPL;
+    }
 
 private:
     const std::shared_ptr<EventQueue> m_Events;
+    const std::shared_ptr<CosimSession> m_Cosim;
 };
 
 platform::UniqueBstr Utf8Bstr(const std::string& text) {
@@ -73,11 +81,13 @@ platform::UniqueBstr Utf8Bstr(const std::string& text) {
 
 } // namespace
 
-EngineJob::EngineJob(std::string circuit, std::string project)
-    : m_Shared(std::make_shared<Shared>(std::move(circuit), std::move(project))) {
+EngineJob::EngineJob(std::string circuit, std::string project, std::shared_ptr<CosimSession> cosim)
+    : m_Shared(std::make_shared<Shared>(std::move(circuit), std::move(project), std::move(cosim))) {
     std::thread([shared = m_Shared] {
         try {
-            Start(shared);
+            auto engine = Start(shared);
+            if (engine && shared->cosim)
+                Simulate(*shared, *engine);
         } catch (const std::exception& error) {
             shared->events.Open(NotStarted{error.what()});
         }
@@ -93,9 +103,14 @@ EventQueue& EngineJob::Events() {
     return m_Shared->events;
 }
 
-void EngineJob::Start(const std::shared_ptr<Shared>& shared) {
+// Gives the engine where the job was started.
+platform::InterfacePtr<IKeldaEngine> EngineJob::Start(const std::shared_ptr<Shared>& shared) {
     kelda::ActivationOptions options;
-    options.onLost = [shared](const kelda::LostEngine& engine) { shared->events.Push(Lost{engine}); };
+    options.onLost = [shared](const kelda::LostEngine& engine) {
+        shared->events.Push(Lost{engine});
+        if (shared->cosim)
+            shared->cosim->Lost(engine);
+    };
     auto engine = kelda::ActivateEngine(std::move(options));
     auto progress = platform::InterfacePtr<QueueingProgress>::Adopt(new QueueingProgress(shared));
     platform::UniqueBstr circuit = Utf8Bstr(shared->circuit);
@@ -109,17 +124,30 @@ void EngineJob::Start(const std::shared_ptr<Shared>& shared) {
             shared->handle = handle;
         }
         shared->events.Open(Started{handle});
-    } else if (result == S_FALSE) {
+        return engine;
+    }
+    if (result == S_FALSE) {
         shared->events.Open(NotStarted{"the engine can't start a thread for the job"});
     } else {
         auto code = static_cast<std::uint32_t>(result);
         shared->events.Open(
             NotStarted{fmt::format("the engine doesn't take the job (0x{:08X})", code), true});
     }
+    return {};
+}
+
+void EngineJob::Simulate(Shared& shared, IKeldaEngine& engine) {
+    CosimSession::Outcome outcome = shared.cosim->Run(engine);
+    if (outcome.code)
+        shared.events.PushFromJob(Done{*outcome.code, std::move(outcome.fault)});
+    else if (!outcome.fault.empty())
+        shared.events.Push(CosimFault{std::move(outcome.fault)});
 }
 
 void EngineJob::Abort() {
     m_Shared->events.DropJob();
+    if (m_Shared->cosim)
+        m_Shared->cosim->Cancel();
     auto abort = [shared = m_Shared] {
         platform::InterfacePtr<IKeldaEngine> engine;
         std::int32_t handle;

@@ -2,6 +2,7 @@
 // stays free.
 #pragma once
 
+#include "cosim_session.h"
 #include "job_events.h"
 
 #include <memory>
@@ -11,8 +12,9 @@ namespace job {
 
 class EngineJob {
 public:
-    // Starts an engine and the job in it. Both paths are absolute and UTF-8.
-    EngineJob(std::string circuit, std::string project);
+    // Starts an engine and the job in it. Both paths are absolute and UTF-8. `cosim` is null where the sources aren't
+    // driven.
+    EngineJob(std::string circuit, std::string project, std::shared_ptr<CosimSession> cosim);
 
     // Lets the engine go, with whatever it is doing.
     ~EngineJob();
@@ -27,7 +29,8 @@ public:
 
 private:
     struct Shared;
-    static void Start(const std::shared_ptr<Shared>& shared);
+    static platform::InterfacePtr<IKeldaEngine> Start(const std::shared_ptr<Shared>& shared);
+    static void Simulate(Shared& shared, IKeldaEngine& engine);
 
     const std::shared_ptr<Shared> m_Shared;
 };

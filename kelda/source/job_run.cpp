@@ -23,11 +23,17 @@ constexpr milliseconds kAbortPatience{3000};  // for an engine that doesn't answ
 constexpr milliseconds kLostPatience{6000};   // libkelda kills what doesn't leave within 5 s
 constexpr milliseconds kLastWords{500};       // for a reader that takes nothing, once the end is decided
 
+AString FromUtf8(const std::string& text) {
+    AString units;
+    units.Assign(kEncodingUtf8, text.data(), static_cast<int>(text.size()));
+    return units;
+}
+
 class JobRun {
 public:
     JobRun(const RunRequest& request, Output& out, Output& err, SignalWatch& signals, JobReport& report)
         : m_Request(request), m_Out(out), m_Err(err), m_Signals(signals), m_Report(report),
-          m_Job(request.circuit, request.project) {}
+          m_Job(request.circuit, request.project, request.cosim) {}
 
     int Run() {
         while (!m_Status) {
@@ -49,7 +55,7 @@ public:
     }
 
 private:
-    enum class AbortReason { kInterrupted, kOutput };
+    enum class AbortReason { kInterrupted, kOutput, kCosim };
 
     void Wait() {
         Clock::time_point now = Clock::now();
@@ -136,6 +142,29 @@ private:
             m_Report.Result(std::string(text.text.Mid(kResult.size()).ToNarrow(kEncodingUtf8)));
         else
             m_Report.Message(text);
+        job::CosimShape shape;
+        if (!m_Abort && ReadCosimShape(std::string(text.text.ToNarrow(kEncodingUtf8)), shape))
+            HandleCosim(shape);
+    }
+
+    void HandleCosim(const job::CosimShape& shape) {
+        if (!m_Request.cosim)
+            return AbortCosim(
+                "the circuit's sources are driven from outside: --cosim-in has to name a file with their "
+                "samples");
+        const std::string remark = m_Request.cosim->Announced(shape);
+        if (!remark.empty())
+            m_Report.Message({kSeverityInformation, FromUtf8(remark)});
+    }
+
+    void Handle(const job::CosimFault& fault) {
+        if (!m_Abort)
+            AbortCosim(fault.reason);
+    }
+
+    void AbortCosim(const std::string& fault) {
+        m_CosimFault = fault;
+        Abort(AbortReason::kCosim);
     }
 
     void Handle(const job::Done& done) {
@@ -143,7 +172,9 @@ private:
             return;
         if (m_Progress != m_ShownProgress)
             Refresh();
-        m_Status = done.code == 0 ? kDone : kWorkFailed;
+        if (!done.fault.empty())
+            m_Report.Message({kSeverityError, FromUtf8(done.fault)});
+        m_Status = done.code == 0 && done.fault.empty() ? kDone : kWorkFailed;
         m_Report.Done(done.code);
     }
 
@@ -180,6 +211,8 @@ private:
     std::string ReasonOfAbort() const {
         if (m_Abort == AbortReason::kInterrupted)
             return "interrupted";
+        if (m_Abort == AbortReason::kCosim)
+            return m_CosimFault;
         return m_Out.Error() != 0 && m_Out.Error() != EPIPE ? OutputFailure()
                                                             : "nobody reads standard output";
     }
@@ -200,6 +233,7 @@ private:
     bool m_Started = false;
     bool m_ReaderGone = false;
     std::string m_NotStarted;
+    std::string m_CosimFault;
     Clock::time_point m_Deadline = Clock::time_point::max();
     Clock::time_point m_Refreshed{};
     double m_Progress = 0;

@@ -14,6 +14,9 @@ namespace fs = std::filesystem;
 struct Options {
     std::string circuit;
     std::string project;
+    std::string cosimIn;
+    std::string cosimOut;
+    std::int32_t cosimBlock = 1000;
     bool json = false;
     bool quiet = false;
     bool verbose = false;
@@ -26,6 +29,14 @@ Ctrl-C aborts the job; a second Ctrl-C doesn't wait for that.
 Exit status: 0 done, 1 the job failed, 2 wrong use, 3 the engine couldn't be started or was lost,
 130 interrupted.
 
+Co-simulation: the circuit says by "*% cosim" lines which of its sources are driven and what is read at its
+ports, step by step of its .tran. --cosim-in names the samples, a CSV file: the time [s], then a column for
+each source; a line of headings may come first. Each row is one step, and a source reaches its sample at the
+end of it, on a straight line from the one before (the first step holds the first sample). The times are those
+of the steps' ends or, if the first one is 0, of their beginnings. Where the .tran goes on behind the last row,
+the sources hold their last values. --cosim-out is written as CSV: the end of each step, then the first and
+second value of each port, block by block while the job runs; what is there remains if the job fails.
+
 With --json every line of standard output is one object with the key "event":
   started (job, circuit, project), progress (value, from 0 to 1), result (path),
   message (severity: information, warning or error; text), and as the last one of
@@ -34,6 +45,7 @@ With --json every line of standard output is one object with the key "event":
 Examples:
   kelda run amplifier.cir
   kelda run amplifier.cir --project results --quiet
+  kelda run filter.cir --cosim-in samples.csv --cosim-out ports.csv
   kelda run amplifier.cir --json | jq -r 'select(.event == "result").path')";
 
 bool IsUtf8(const std::string& text) {
@@ -66,8 +78,21 @@ int Run(const Options& options) {
             return refuse("the path " + path + " isn't UTF-8, which is all that the engine can open");
 
     Detail detail = options.quiet ? Detail::kQuiet : options.verbose ? Detail::kVerbose : Detail::kNormal;
+    std::shared_ptr<job::CosimSession> cosim;
+    if (!options.cosimIn.empty()) {
+        // Nothing that is read may be emptied by writing.
+        for (const std::string& input : {options.cosimIn, options.circuit})
+            if (input != "-" && !options.cosimOut.empty() && fs::equivalent(input, options.cosimOut, error))
+                return refuse("--cosim-out names " + options.cosimOut + ", which is an input of this job");
+        try {
+            cosim =
+                std::make_shared<job::CosimSession>(options.cosimIn, options.cosimOut, options.cosimBlock);
+        } catch (const std::runtime_error& fault) {
+            return refuse(fault.what());
+        }
+    }
     auto report = options.json ? MakeJsonReport(out) : MakeTextReport(out, err, detail);
-    RunRequest request{circuit.string(), project.string(), options.json || !options.quiet};
+    RunRequest request{circuit.string(), project.string(), std::move(cosim), options.json || !options.quiet};
     return RunJob(request, out, err, signals, *report);
 }
 
@@ -97,11 +122,32 @@ void AddRunCommand(CLI::App& app, int& status) {
         ->add_option("--project", options->project, "Where the result files go (default: beside the circuit)")
         ->type_name("DIR")
         ->check(named("the directory's name"));
+    CLI::Option* cosimIn = command
+                               ->add_option("--cosim-in", options->cosimIn,
+                                            "Samples for the sources of a co-simulation (-: standard input)")
+                               ->type_name("FILE")
+                               ->check(named("the file name"));
+    command->add_option("--cosim-out", options->cosimOut, "Where the ports' values go (-: standard output)")
+        ->type_name("FILE")
+        ->check(named("the file name"))
+        ->needs(cosimIn);
+    command
+        ->add_option("--cosim-block", options->cosimBlock,
+                     "Samples that go to the engine at a time (default: 1000)")
+        ->type_name("N")
+        ->check(CLI::Range(1, 1'000'000))
+        ->needs(cosimIn);
     command->add_flag("--json", options->json, "Report in JSON, one object a line");
     CLI::Option* quiet =
         command->add_flag("-q,--quiet", options->quiet, "Show warnings and errors, nothing else");
     command->add_flag("-v,--verbose", options->verbose, "Show the time of each message, and more of them")
         ->excludes(quiet);
     command->footer(kFooter);
-    command->callback([options, &status] { status = Run(*options); });
+    command->callback([options, &status] {
+        if (options->cosimOut == "-" && (options->json || !options->quiet))
+            throw CLI::ValidationError("--cosim-out",
+                                       "standard output can hold the ports' values only with --quiet "
+                                       "and without --json");
+        status = Run(*options);
+    });
 }

@@ -274,9 +274,9 @@ private:
         const auto count = [](std::size_t number, const char* what) {
             return fmt::format("{} {}{}", number, what, number == 1 ? "" : "s");
         };
-        m_messages.information(fmt::format("co-simulation: {} of {} s, {}, {}",
+        m_messages.information(fmt::format("co-simulation: {} of {} s to {} s, {}, {}",
                                            count(static_cast<std::size_t>(m_cosim_run->steps()), "step"),
-                                           tran.step, count(m_cosim->sources.size(), "source"),
+                                           tran.step, tran.end, count(m_cosim->sources.size(), "source"),
                                            count(m_cosim->ports.size(), "port")));
     }
 

@@ -256,8 +256,9 @@ TEST_F(CosimJob, EveryStepIsHandedInOnceAndInOrderHoweverTheStepsLie) {
         EXPECT_TRUE(host().faults.empty()) << row.lines << host().faults.front();
         ASSERT_EQ(2u, host().ports.size()) << row.lines;
         EXPECT_NEAR(row.last_end, host().times.back() / row.step, 1e-6) << row.lines;
-        EXPECT_TRUE(says(CKT_INFORMATION, fmt::format("co-simulation: {} step{} of {} s, 1 source, 2 ports",
-                                                      row.steps, row.steps == 1 ? "" : "s", row.step)))
+        EXPECT_TRUE(says(CKT_INFORMATION,
+                         fmt::format("co-simulation: {} step{} of {} s to 1e-06 s, 1 source, 2 ports",
+                                     row.steps, row.steps == 1 ? "" : "s", row.step)))
             << all_told();
         for (std::size_t k = 0; k < host().flushed; ++k) {
             const auto& [drop, current] = host().ports[0][k];
