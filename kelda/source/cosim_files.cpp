@@ -109,15 +109,15 @@ void SampleFile::Read(std::string_view text) {
             throw std::runtime_error(fmt::format("{}:{}: {}", m_Name, number, why));
         };
         std::vector<std::string_view> cells = Cells(line);
+        if (cells.size() < 2)
+            refuse(fmt::format(
+                "one column was found, the time and a column for each source are expected, divided by "
+                "commas"));
         double value = 0;
         if (std::exchange(headings, false) &&
             std::none_of(cells.begin(), cells.end(),
                          [&](std::string_view cell) { return ReadNumber(cell, value); }))
             continue;
-        if (cells.size() < 2)
-            refuse(fmt::format(
-                "one column was found, the time and a column for each source are expected, divided by "
-                "commas"));
         if (m_Times.empty())
             m_Columns.resize(cells.size() - 1);
         if (cells.size() != m_Columns.size() + 1)
@@ -144,23 +144,28 @@ std::string SampleFile::Place(std::size_t row) const {
 void SampleFile::CheckTimes() const {
     if (Rows() < 2)
         return;
-    const double step = (m_Times.back() - m_Times.front()) / static_cast<double>(Rows() - 1);
-    const double firstGap = m_Times[1] - m_Times[0];
+    const auto refuse = [&](std::size_t row, double expected) {
+        throw std::runtime_error(
+            fmt::format("{}the time is {:.9g} s, {:.9g} s is expected, since the times of the file "
+                        "have to rise in equal steps",
+                        Place(row), m_Times[row], expected));
+    };
+    // A row too few or too many is told where it is, before the mean is taken that it would falsify.
+    constexpr double kTorn = 0.1;
+    const double gap = m_Times[1] - m_Times[0];
     for (std::size_t row = 1; row < Rows(); ++row) {
         if (!(m_Times[row] > m_Times[row - 1]))
-            throw std::runtime_error(fmt::format("{}the time {} s comes after {} s, a later one is expected",
-                                                 Place(row), m_Times[row], m_Times[row - 1]));
-        // A row too few or too many is told where it is, not where the mean is left.
-        constexpr double kTorn = 0.1;
-        const bool torn = std::abs(m_Times[row] - m_Times[row - 1] - firstGap) > kTorn * firstGap;
-        const double expected =
-            torn ? m_Times[row - 1] + firstGap : m_Times.front() + static_cast<double>(row) * step;
-        if (torn || std::abs(m_Times[row] - expected) > kRounding * step)
             throw std::runtime_error(
-                fmt::format("{}the time is {} s, {} s is expected, since the times of the file "
-                            "have to rise in equal steps",
-                            Place(row), m_Times[row], expected));
+                fmt::format("{}the time {:.9g} s comes after {:.9g} s, a later one is expected", Place(row),
+                            m_Times[row], m_Times[row - 1]));
+        if (std::abs(m_Times[row] - m_Times[row - 1] - gap) > kTorn * gap)
+            refuse(row, m_Times[row - 1] + gap);
     }
+    const double step = (m_Times.back() - m_Times.front()) / static_cast<double>(Rows() - 1);
+    for (std::size_t row = 1; row < Rows(); ++row)
+        if (const double expected = m_Times.front() + static_cast<double>(row) * step;
+            std::abs(m_Times[row] - expected) > kRounding * step)
+            refuse(row, expected);
 }
 
 std::string SampleFile::Misfit(const CosimShape& shape) const {
@@ -173,12 +178,12 @@ std::string SampleFile::Misfit(const CosimShape& shape) const {
     };
     if (!near(first, 0) && !near(first, shape.step))
         return fmt::format(
-            "{}the time is {} s, the first one is expected to be 0 or the circuit's step of {} s", Place(0),
-            first, shape.step);
+            "{}the time is {:.9g} s, the first one is expected to be 0 or the circuit's step of {} s",
+            Place(0), first, shape.step);
     for (std::size_t row = 1; row < Rows(); ++row)
         if (const double expected = first + static_cast<double>(row) * shape.step;
             !near(m_Times[row], expected))
-            return fmt::format("{}the time is {} s, {} s is expected by the circuit's step of {} s",
+            return fmt::format("{}the time is {:.9g} s, {:.9g} s is expected by the circuit's step of {} s",
                                Place(row), m_Times[row], expected, shape.step);
     return {};
 }

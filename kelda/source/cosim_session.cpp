@@ -22,7 +22,7 @@ std::string CosimSession::Announced(const CosimShape& shape) {
     const auto rows = static_cast<std::int64_t>(m_Samples.Rows());
     if (rows < shape.steps)
         return fmt::format(
-            "the samples end with their time {} s, from there on the sources hold their last values",
+            "the samples end with their time {:.9g} s, from there on the sources hold their last values",
             m_Samples.LastTime());
     if (rows > shape.steps)
         return fmt::format("the circuit takes {} of {} samples", shape.steps, rows);
