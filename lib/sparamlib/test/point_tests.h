@@ -25,10 +25,12 @@ struct Ports final : INetworkDataOwner {
     explicit Ports(int n) : modes(static_cast<std::size_t>(n), 1) {}
 
     int GetMatrixSize() const override {
+        if (size >= 0)
+            return size;
         int n = 0;
         for (int count : modes)
             n += std::max(count, 0);
-        return size >= 0 ? size : n;
+        return n;
     }
     CMatrixEntry* GetMatrixEntry(unsigned index) const override { return index == 0 ? entry : nullptr; }
     bool HasMultipleModes() const override {
