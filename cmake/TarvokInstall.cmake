@@ -58,7 +58,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR
     FILES_MATCHING PATTERN "*.md" PATTERN man EXCLUDE)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/ DESTINATION ${CMAKE_INSTALL_DATADIR}/tarvokengine/examples
     COMPONENT runtime
-    PATTERN CMakeLists.txt EXCLUDE)
+    REGEX "/examples/(CMakeLists.txt|test)$" EXCLUDE)
 
 # `cpack --config build/release/CPackConfig.cmake`: one package to run, one to build against.
 set(CPACK_GENERATOR DEB)
