@@ -70,7 +70,7 @@ protected:
     std::vector<std::vector<double>> m_Loop;
 };
 
-TEST_F(ClosedLoop, TheVoltageStartsWithoutOvershootAndReturnsAfterStepsOfLoadAndReference) {
+TEST_F(ClosedLoop, TheVoltageSettlesAtItsReferenceAndReturnsAfterStepsOfLoadAndReference) {
     RunLoop();
     const Range start = RangeOf(kVoltage, 0, 400 * kUs), settled = RangeOf(kVoltage, 350 * kUs, 400 * kUs);
     EXPECT_LT(start.highest, 5 * 1.06);
