@@ -65,7 +65,7 @@ public:
     // True if the job can't have come to its end as it was meant to, whatever the kernel says.
     bool Failed() const { return m_Failed; }
 
-    // Tells the client that no block comes any more.
+    // Tells the client that no block comes any more. May throw, and has told nothing then.
     void SendClosingRecord(IKeldaProgressInterface& client);
 
     // Back to the start for the next job. A block that was meant for job `job` goes as well, one for a later job stays: the job's
@@ -76,7 +76,6 @@ private:
     bool TakeBlock(bool wait);
     void ClearPorts();
     int EndJob(const char* why) noexcept;
-    double Sample(const COSIMSRCDATA& block, std::int32_t source, std::int32_t index) const;
     HRESULT PutPorts(IKeldaProgressInterface& client);
 
     // Of the block in work; the kernel's side only.

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <new>
 
 namespace {
 
@@ -24,6 +25,14 @@ constexpr char16_t kRequestFlag[] = u"MessageFlag=1";
 struct LookupError {
     const char* text;
 };
+
+double Sample(const COSIMSRCDATA& block, std::int32_t source, std::int32_t index) {
+    if (source >= block.m_NumSources)
+        throw LookupError{"Source index out of range"};
+    if (index >= block.m_NumSamples)
+        throw LookupError{"Data index out of range"};
+    return block.m_Data[static_cast<std::size_t>(source)][static_cast<std::size_t>(index)];
+}
 
 void PutValue(std::vector<std::vector<double>>& rows, std::size_t p, std::size_t k, double value) {
     if (rows.size() <= p)
@@ -123,14 +132,6 @@ int CosimBridge::EndJob(const char* why) noexcept {
     return kJobEnds;
 }
 
-double CosimBridge::Sample(const COSIMSRCDATA& block, std::int32_t source, std::int32_t index) const {
-    if (source >= block.m_NumSources)
-        throw LookupError{"Source index out of range"};
-    if (index >= block.m_NumSamples)
-        throw LookupError{"Data index out of range"};
-    return block.m_Data[static_cast<std::size_t>(source)][static_cast<std::size_t>(index)];
-}
-
 int CosimBridge::Source(const char* name, double time, double* value, double* slope) noexcept {
     if (time < 0.0) {
         *value = 0.0;
@@ -197,9 +198,8 @@ int CosimBridge::PortFlush() noexcept {
         return kGood;
     try {
         m_StartTime += m_Port.m_NumSteps * m_TimeStep;
-        const auto sources = static_cast<std::size_t>(m_Source.m_NumSources);
         m_CarryOver.m_NumSources = std::max(m_CarryOver.m_NumSources, m_Source.m_NumSources);
-        m_CarryOver.m_NumSamples = sources > 0 ? 1 : m_CarryOver.m_NumSamples;
+        m_CarryOver.m_NumSamples = m_CarryOver.m_NumSources > 0 ? 1 : 0;
         m_CarryOver.m_Data.resize(static_cast<std::size_t>(m_CarryOver.m_NumSources), std::vector<double>(1));
         for (std::int32_t i = 0; i < m_Source.m_NumSources; ++i)
             m_CarryOver.m_Data[static_cast<std::size_t>(i)][0] =
@@ -214,8 +214,6 @@ int CosimBridge::PortFlush() noexcept {
         m_InWork = false;
         IKeldaProgressInterface* client = LiveProgress();
         return client && Succeeded(PutPorts(*client)) ? kGood : kNotTaken;
-    } catch (const LookupError& error) {
-        return EndJob(error.text);
     } catch (...) {
         return EndJob("The block of co-simulation ports couldn't be sent.");
     }
@@ -223,7 +221,9 @@ int CosimBridge::PortFlush() noexcept {
 
 HRESULT CosimBridge::PutPorts(IKeldaProgressInterface& client) {
     const platform::UniqueBstr form = MakeCosimText(m_Port);
-    return form.Get() ? client.PutCosimPortData(form.Get()) : E_OUTOFMEMORY;
+    if (!form.Get())
+        throw std::bad_alloc();
+    return client.PutCosimPortData(form.Get());
 }
 
 int CosimBridge::Request(const char* request, char* buffer, unsigned* length) noexcept {
