@@ -80,7 +80,8 @@ bool ReadCosimShape(std::string_view message, CosimShape& shape) {
         !Skip(message, ", ") || !Take(message, read.sources, " source") || !Skip(message, ", ") ||
         !Take(message, read.ports, " port"))
         return false;
-    if (read.steps < 1 || !(read.step > 0) || read.sources < 1 || read.ports < 1)
+    constexpr std::int32_t kMostPorts = 1'000'000; // each has its place in memory before it has been seen
+    if (read.steps < 1 || !(read.step > 0) || read.sources < 1 || read.ports < 1 || read.ports > kMostPorts)
         return false;
     shape = read;
     return true;
