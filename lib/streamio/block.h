@@ -80,6 +80,8 @@ public:
     // The item leaves the block; gives the next position in the order of names.
     NameIndex::iterator Erase(NameIndex::iterator position);
 
+    // The earliest item of that name, or null; `IsGood` says which.
+    CBlock_item* FindItem(std::u16string_view name);
     // The argument's name is looked up; its content is replaced, its name stays.
     CBlock& GetNamedValue(CBlock_named_value& value);
     CBlock& GetFunc(CBlock_func& func);

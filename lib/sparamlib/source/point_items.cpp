@@ -46,11 +46,8 @@ bool ReadInto(io::CBlock& stored, std::unique_ptr<T>& item, int n) {
 } // namespace
 
 io::CBlock* FindBlock(io::CBlock& block, std::u16string_view name) {
-    const auto found = block.Find(name);
-    if (found == block.NamesEnd())
-        return nullptr;
-    io::CBlock_item* item = found->second.Get();
-    return item->IsBlock() ? static_cast<io::CBlock*>(item) : nullptr;
+    io::CBlock_item* item = block.FindItem(name);
+    return item && item->IsBlock() ? static_cast<io::CBlock*>(item) : nullptr;
 }
 
 bool ReadStored(io::CBlock& stored, std::unique_ptr<ComplexMatrix>& item, int n) {

@@ -19,6 +19,11 @@ int Compare(const CToken& a, std::u16string_view b) {
     return CompareFolded(a.GetText(scratch), b);
 }
 
+// A name without a text isn't found, not even by the empty one.
+bool IsFindable(const CToken& key) {
+    return key.IsText() || key.HasText();
+}
+
 } // namespace
 
 bool CBlock::NameLess::operator()(const CToken& a, const CToken& b) const {
@@ -149,8 +154,7 @@ CBlock::NameIndex& CBlock::Names() {
 CBlock::NameIndex::iterator CBlock::Find(std::u16string_view name) {
     NameIndex& names = Names();
     const auto found = names.lower_bound(name);
-    mGood = found != names.end() && (found->first.IsText() || found->first.HasText()) &&
-            Compare(found->first, name) == 0;
+    mGood = found != names.end() && IsFindable(found->first) && Compare(found->first, name) == 0;
     return mGood ? found : names.end();
 }
 
@@ -167,10 +171,22 @@ CBlock::NameIndex::iterator CBlock::Erase(NameIndex::iterator position) {
     return names.erase(position);
 }
 
+CBlock_item* CBlock::FindItem(std::u16string_view name) {
+    constexpr std::size_t kFewItems = 8; // an index of these would take longer than looking at each
+    if (mNameIndex || mItems.size() > kFewItems) {
+        const auto found = Find(name);
+        return mGood ? found->second.Get() : nullptr;
+    }
+    const auto found = std::find_if(mItems.begin(), mItems.end(), [name](const CBlockItemPtr& item) {
+        return item->IsNamed() && Compare(item->GetNameToken(), name) == 0;
+    });
+    mGood = found != mItems.end() && IsFindable((*found)->GetNameToken());
+    return mGood ? found->Get() : nullptr;
+}
+
 CBlock_item* CBlock::FindItem(const CToken& name) {
     CToken::Scratch scratch;
-    const auto found = Find(name.GetText(scratch));
-    return mGood ? found->second.Get() : nullptr;
+    return FindItem(name.GetText(scratch));
 }
 
 CBlock& CBlock::GetNamedValue(CBlock_named_value& value) {

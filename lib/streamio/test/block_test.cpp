@@ -169,6 +169,24 @@ TEST(Block, FindsNamesWithoutCaseTheEarliestFirst) {
     EXPECT_EQ(block.Erase(block.NamesEnd()), block.NamesEnd());
 }
 
+TEST(Block, FindsTheSameItemsWithAnIndexAndWithout) {
+    for (std::size_t more : {0, 50}) {
+        for (const char* lines :
+             {"a=1\nA=2\nb(3)\n", "''=1\na=2\n", "12=1\n''=2\n", "$begin a\n$end a\na=1\n", ""}) {
+            CBlock plain = Parsed("$begin B\n" + std::string(lines) + "$end B\n");
+            for (std::size_t i = 0; i < more; ++i)
+                plain << CBlock_named_value(AString(u"more"), CToken(TokenType::Int, 1.0));
+            CBlock indexed(plain);
+            for (const char16_t* name : {u"a", u"A", u"b", u"", u"12", u"c"}) {
+                const auto found = indexed.Find(name);
+                const CBlock_item* item = plain.FindItem(name);
+                EXPECT_EQ(item, indexed.IsGood() ? found->second.Get() : nullptr) << lines;
+                EXPECT_EQ(plain.IsGood(), indexed.IsGood()) << lines;
+            }
+        }
+    }
+}
+
 TEST(Block, SharesItemsWithItsCopies) {
     CBlock block = Parsed("$begin B\nx=1\n$end B");
     CBlock copy;

@@ -43,13 +43,8 @@ void AddRow(CBlock& block, int row, const Complex* elements, int n) {
         AddComplex(*items, name, elements[j]);
 }
 
-CBlock_item* FindItem(CBlock& block, std::u16string_view name) {
-    const auto found = block.Find(name);
-    return found != block.NamesEnd() ? found->second.Get() : nullptr;
-}
-
 bool HasInteger(CBlock& block, std::u16string_view name, int absent, int expected) {
-    const auto* item = dynamic_cast<const CBlock_named_value*>(FindItem(block, name));
+    const auto* item = dynamic_cast<const CBlock_named_value*>(block.FindItem(name));
     int value = absent;
     if (item && !item->GetInt(value))
         return false;
@@ -58,7 +53,7 @@ bool HasInteger(CBlock& block, std::u16string_view name, int absent, int expecte
 
 // The row's block, or null: what has the name but is no block doesn't count.
 const CBlock* FindRow(CBlock& block, int row) {
-    return dynamic_cast<const CBlock*>(FindItem(block, RowName(row)));
+    return dynamic_cast<const CBlock*>(block.FindItem(RowName(row)));
 }
 
 bool ReadRow(const CBlock* row, Complex* elements, int n) {
