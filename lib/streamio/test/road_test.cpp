@@ -1,0 +1,111 @@
+// A tree is the same whether its items are read straight from memory or from tokens, with its errors and lines.
+#include "stream_tests.h"
+
+#include <streamio/delimiter_grammar_default.h>
+
+namespace {
+
+struct Reading {
+    const char* name;
+    const io::CBase_grammar* grammar;
+    std::uint32_t flags;
+    const wchar16* begin;
+    const wchar16* end;
+};
+
+// Words may hold a degree sign and a minus, "%" begins comments.
+const io::CBase_grammar& OwnGrammar() {
+    static const auto* grammar = [] {
+        auto* own = new io::CToken_grammar;
+        own->AddIdentStartChars(u"\u00B0");
+        own->AddIdentChars(u"\u00B0-");
+        own->AddCommentChars(u"%");
+        return own;
+    }();
+    return *grammar;
+}
+
+const Reading kReadings[] = {
+    {"default", &io::DefaultTokenGrammar(), 0, u"$begin", u"$end"},
+    {"without sources", &io::DefaultTokenGrammar(), io::kDropSourceText, u"$begin", u"$end"},
+    {"exact case", &io::DefaultTokenGrammar(), io::kKeepCase, u"$begin", u"$end"},
+    {"upper case", &io::DefaultTokenGrammar(), io::kUpperCase, u"$begin", u"$end"},
+    {"own grammar", &OwnGrammar(), 0, u"$begin", u"$end"},
+    {"delimiters", &io::DefaultDelimiterGrammar(), 0, u"$begin", u"$end"},
+    {"other keywords", &io::DefaultTokenGrammar(), 0, u"$x", u"f"},
+    {"a keyword that begins as CData does", &io::DefaultTokenGrammar(), 0, u"$begin_cdata$", u"$end"},
+    {"symbols", &io::DefaultTokenGrammar(), 0, u"<", u">"},
+    {"no keywords", &io::DefaultTokenGrammar(), 0, u"", u""},
+};
+
+std::string Read(const AString& text, const Reading& reading, bool runs) {
+    io::CToken_istring s(text, reading.grammar, reading.flags);
+    s.SetBeginKeyword(AString(reading.begin));
+    s.SetEndKeyword(AString(reading.end));
+    io::CAbstract_stream_pos start;
+    s.MakeState(start);
+    s.GetBuffer()->SetRuns(runs);
+    s.SetPosition(start);
+    io::CBlock block;
+    block.Read(s);
+    return Text17(block) + Errors(block) + "line " + std::to_string(s.GetLineNumber()) + ", level " +
+           std::to_string(s.GetIndentLevel()) + ", then " + Narrow(s.PeekToken().GetText());
+}
+
+constexpr const char* kTexts[] = {
+    "$begin A\n\tName='first'\n\tx=1.50\n\tv[2: 1, 2]\n\tf(1, a=2, 'b')\n$end A\n$begin B\n$end B\n",
+    "$begin A $begin B x=1 $end B y=2 $end A z=3",
+    "$BEGIN A\n$Begin b\nx=1\n$END B\n$end a\n",
+    "$begin A\n$begin B\nx=1\n$end C\ny=2\n$end\nz=1\n$end A",
+    "$begin A\r\nx=1\r\n\r\n! remark\r\n$begin B ! remark\r\n$end B\r\n=\r\n$end A\r\n",
+    "$begin A\n$begin\nB\nx\n=\n1\n$end\nB\n$end A",
+    "$begin.5e\n",
+    "$begin A\n1e=2\n1e+3\n12abc=4\n0x1f=5\n0xg=6\n$end A\n",
+    "$begin A\ntrue=False\nTRUE(false, x=True)\n12=1\n''=2\n'a b'=3\n\"c\"(1)\nf('')\n$end A\n",
+    "$begin A\n$x=1\n$begin_cdata$ raw $end_cdata$=2\ny=$begin_cdata$z$end_cdata$ f=3\n$end A\n",
+    "$begin A\nt='it\\'s'\nu='open\nw=\"\\n\"\nx='\xE6\xBC\xA2' \xC2\xB0\x43=1 \xE6\xBC\xA2=2\n$end A\n",
+    "$begin A\nf(g(1), h[2: 1, 2], i, (2))\nf()\nf(1,)\nf(,)\nf(1 2)\nf(\n1\n,2)\n$end A\n",
+    "$begin A\nv[]\nv[3:1,2,]\nv[2, 3]\nv[a, 1]\nv[-1]\nv[70000: 1]\nv[2: 1 2]\nv[1: f(1)]\nv[1:\n2]\n$end "
+    "A\n",
+    "$begin A\nx=1 % y=2\na-b=3\nx=-.5 y=+1 z=.5e-3 w=1.e5\nx=123456789012345678901234567890\n$end A\n",
+    "$begin A\nlonger=longer longer=longer\nlong=1 longer2=2 lon=3 lo$g=4\n$end A\n",
+    "$begin ''\n$begin 12\n$begin true\nx=1\n$end true\n$end 12\n$end ''\n",
+    "f A\n< A\nx=1\n> A\n",
+};
+
+TEST(Items, AreReadFromTextAsFromTokens) {
+    for (const char* text : kTexts) {
+        for (const Reading& reading : kReadings) {
+            const AString whole = Wide(text);
+            for (std::size_t length = 0; length <= whole.size(); ++length) {
+                const AString part(whole.substr(0, length));
+                ASSERT_EQ(Read(part, reading, true), Read(part, reading, false)) << reading.name << ":\n"
+                                                                                 << Narrow(part);
+            }
+        }
+    }
+}
+
+TEST(Items, AreReadFromBinaryAsFromTokens) {
+    for (const char* text : kTexts) {
+        AString binary;
+        Parsed(text).ToBinaryText(binary);
+        for (const Reading& reading : kReadings) {
+            for (std::size_t length = 1; length <= binary.size(); ++length) {
+                const AString part(binary.substr(0, length));
+                ASSERT_EQ(Read(part, reading, true), Read(part, reading, false)) << reading.name << ":\n"
+                                                                                 << Bytes(part);
+            }
+        }
+    }
+}
+
+TEST(Items, OfMoreNamesThanATextIsSharedByComeBack) {
+    std::string text = "$begin Many\n";
+    for (int i = 0; i < 1000; ++i)
+        text += "\tRepeated=" + std::to_string(i) + "\n";
+    text += "$end Many\n";
+    EXPECT_EQ(Text(Parsed(text)), text);
+}
+
+} // namespace
