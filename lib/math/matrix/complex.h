@@ -1,8 +1,8 @@
 // Complex: the number of all network data, two doubles with the real part first.
 //
 // Every operation is a fixed sequence of roundings, so that a result has the same bits on every machine and in
-// every build; code that computes many at once does the same steps for each. Nothing throws. Pure values: any
-// thread.
+// every build; code that computes many at once does the same steps for each. What is inlined from here keeps to that
+// where it is compiled as this library is, with -ffp-contract=off. Nothing throws. Pure values: any thread.
 #pragma once
 
 #include <cmath>

@@ -9,6 +9,7 @@
 #include <utility/assertion.h>
 
 #include <algorithm>
+#include <new>
 #include <type_traits>
 #include <utility>
 
@@ -76,6 +77,8 @@ private:
     // For a vector without storage.
     void Allocate(int n) {
         TARVOK_VEC_ASSERT(v_ == nullptr, "v_ == NULL");
+        if (n < 0)
+            throw std::bad_array_new_length();
         if (n == 0)
             return;
         v_ = new T[n]; // only Complex initialises its elements

@@ -188,26 +188,25 @@ public:
         return a;
     }
 
+    // In braces, so that the numbers are drawn in one order.
     Complex Element(Kind kind) {
         switch (kind) {
         case Kind::Real:
-            return Complex(Number(), 0.0);
+            return Complex{Number(), 0.0};
         case Kind::Mixed:
-            return Choose(3) == 0 ? Complex(Number(), Choose(2) ? 0.0 : -0.0)
-                                  : Complex(Choose(2) ? Number() : 0.0, Number());
+            return Choose(3) == 0 ? Complex{Number(), Zero()} : Complex{Choose(2) ? Number() : 0.0, Number()};
         case Kind::Sparse:
-            return Complex(Choose(4) ? Zero() : Number(), Choose(4) ? Zero() : Number());
+            return Complex{Choose(4) ? Zero() : Number(), Choose(4) ? Zero() : Number()};
         case Kind::Ties:
-            return Complex(Choose(5) - 2, Choose(3) - 1);
+            return Complex{Choose(5) - 2.0, Choose(3) - 1.0};
         case Kind::Wide:
-            return Complex(std::ldexp(Number(), Choose(2000) - 1000),
-                           std::ldexp(Number(), Choose(2000) - 1000));
+            return Complex{WideNumber(), WideNumber()};
         case Kind::NotFinite:
             return Choose(20)
-                       ? Complex(Number(), Number())
-                       : Complex(Choose(2) ? std::numeric_limits<double>::infinity() : std::nan(""), Zero());
+                       ? Complex{Number(), Number()}
+                       : Complex{Choose(2) ? std::numeric_limits<double>::infinity() : std::nan(""), Zero()};
         default:
-            return Complex(Number(), Number());
+            return Complex{Number(), Number()};
         }
     }
 
@@ -216,6 +215,10 @@ public:
 private:
     // From -1 to 1 in 2^53 steps, by the generator's bits alone: distributions differ between libraries.
     double Number() { return double(std::int64_t(m_Bits() >> 10)) * 0x1p-53 - 1.0; }
+    double WideNumber() {
+        const double number = Number();
+        return std::ldexp(number, Choose(2000) - 1000);
+    }
     double Zero() { return Choose(2) ? 0.0 : -0.0; }
 
     std::mt19937_64 m_Bits{20240229};
