@@ -186,12 +186,12 @@ TEST_F(CosimTest, WhatCannotBeRunSaysWhy) {
     EXPECT_EQ(ReadAll(m_Folder / "in.csv"), Samples(100, 1));
 }
 
-// A job that can't end by itself for minutes: a circuit of a million steps, one a block.
+// A job that takes long: a circuit of two million steps, one a block.
 class LongCosimTest : public CosimTest {
 protected:
     LongCosimTest() {
         std::string endless = kDivider;
-        Write("endless.cir", endless.replace(endless.find("100u"), 4, "900"));
+        Write("endless.cir", endless.replace(endless.find("100u"), 4, "2"));
         Write("in.csv", Samples(100, 1));
     }
     const Words m_Words{"run",         "endless.cir", "--cosim-in",    "in.csv",
