@@ -41,7 +41,7 @@ public:
         if (m_Cosim)
             m_Cosim->Ended(return_code); // whose thread says so when it has done its part
         else
-            m_Events->PushFromJob(Done{return_code, {}});
+            m_Events->PushFromJob(Done{return_code});
         return S_OK;
     }
     HRESULT PostOrvaneMessage(BSTR message) override {

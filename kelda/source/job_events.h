@@ -28,7 +28,7 @@ struct Message {
 };
 struct Done {
     std::int32_t code = 0;
-    std::string fault; // what went wrong on this side of a co-simulation nevertheless
+    std::string fault = {}; // what went wrong on this side of a co-simulation nevertheless
 };
 // This side of a co-simulation can't go on, and the job waits for it.
 struct CosimFault {
