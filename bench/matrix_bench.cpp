@@ -1,6 +1,7 @@
 // The conversions of network data against Eigen and LAPACK doing the same formulas in the same run. Eigen comes twice:
 // compiled as everything else here, and for this very processor. Times are microseconds for one matrix; a ratio
 // below 1 means that ours is faster. `matrix_bench [rounds]`.
+#include "allocation_count.h"
 #include "matrix_bench_peers.h"
 
 #include <matrix/wave_math.h>
@@ -10,13 +11,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
-#include <new>
 #include <random>
 #include <vector>
 
 namespace {
-
-std::size_t gAllocations = 0;
 
 ComplexMatrix RandomMatrix(int n, std::mt19937_64& random, double size) {
     std::uniform_real_distribution<double> part(-size, size);
@@ -114,28 +112,15 @@ void Compare(const char* name, int n, int rounds, const Work& ours, const std::v
     std::vector<Work> works{ours};
     works.insert(works.end(), peers.begin(), peers.end());
     const std::vector<Time> times = Measure(works, rounds);
-    const std::size_t before = gAllocations;
+    const std::size_t before = Allocations();
     ours();
     std::printf("%-22s %3d %9.3f %9.3f", name, n, times[0].best, times[0].median);
     for (std::size_t k = 1; k < times.size(); ++k)
         std::printf("  %9.3f %5.2f", times[k].median, times[0].median / times[k].median);
-    std::printf("%*s  %zu\n", int(3 - peers.size()) * 17, "", gAllocations - before);
+    std::printf("%*s  %zu\n", int(3 - peers.size()) * 17, "", Allocations() - before);
 }
 
 } // namespace
-
-void* operator new(std::size_t size) {
-    ++gAllocations;
-    if (void* memory = std::malloc(size))
-        return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 int main(int argc, char** argv) {
     const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 15;

@@ -1,6 +1,8 @@
 // Points against what they consist of: the memory of one against its elements, its block against the bare tree of the
 // same items, and what a conversion sets aside against its result. A time is the median of ours over the median of the
 // other's, by turns in one run, in processor time. `points_bench [rounds]`.
+#include "allocation_count.h"
+
 #include <sparamlib/network_modal_data.h>
 #include <sparamlib/network_terminal_data.h>
 #include <streamio/block.h>
@@ -11,52 +13,8 @@
 #include <cstdlib>
 #include <ctime>
 #include <functional>
-#include <malloc.h>
-#include <new>
 #include <random>
 #include <vector>
-
-namespace {
-
-// Of everything that `new` gives.
-std::size_t gAllocations = 0;
-std::size_t gBytes = 0;
-
-void* Count(std::size_t size) {
-    void* memory = std::malloc(size);
-    if (!memory)
-        throw std::bad_alloc();
-    ++gAllocations;
-    gBytes += malloc_usable_size(memory);
-    return memory;
-}
-
-void Uncount(void* memory) {
-    if (memory)
-        gBytes -= malloc_usable_size(memory);
-    std::free(memory);
-}
-
-} // namespace
-
-void* operator new(std::size_t size) {
-    return Count(size);
-}
-void* operator new[](std::size_t size) {
-    return Count(size);
-}
-void operator delete(void* memory) noexcept {
-    Uncount(memory);
-}
-void operator delete[](void* memory) noexcept {
-    Uncount(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    Uncount(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-    Uncount(memory);
-}
 
 namespace {
 
@@ -125,12 +83,12 @@ void Memory() {
     constexpr int kPoints = 100;
     std::vector<std::unique_ptr<CNetworkModalData>> points;
     points.reserve(kPoints);
-    const std::size_t before = gBytes;
+    const std::size_t before = AllocatedBytes();
     for (int k = 0; k < kPoints; ++k) {
         points.push_back(std::make_unique<CNetworkModalData>(&ports, 1e9 + k));
         points.back()->SetSMatrix(const_cast<ComplexMatrix*>(&s), true);
     }
-    const double bytes = static_cast<double>(gBytes - before) / kPoints;
+    const double bytes = static_cast<double>(AllocatedBytes() - before) / kPoints;
     fmt::print("memory of a point of 64 ports with S   {:.0f} bytes of {}   ratio {:.3f}\n", bytes,
                64 * 64 * 16, bytes / (64 * 64 * 16));
 }
@@ -176,9 +134,9 @@ void Blocks(int n) {
 
 template <class Work>
 std::size_t AllocationsOf(Work&& work) {
-    const std::size_t before = gAllocations;
+    const std::size_t before = Allocations();
     work();
-    return gAllocations - before;
+    return Allocations() - before;
 }
 
 // After a first conversion on the thread.
