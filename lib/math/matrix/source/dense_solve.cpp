@@ -41,8 +41,9 @@ void SolveColumns(const DenseSystem& system, Complex* x) {
 
 int SolveDense(const DenseSystem& system, Complex* x) {
     const WorkArea work(kernels::SolveWork(system.n, system.columns));
-    switch (kernels::Best().solve(
-        {system.n, system.columns, system.a, system.takeA, system.b, system.takeB, x, work.Get()})) {
+    switch (kernels::Best(system.columns)
+                .solve({system.n, system.columns, system.a, system.takeA, system.b, system.takeB, x,
+                        work.Get()})) {
     case kernels::Outcome::Singular:
         std::fill_n(x, std::size_t(system.n) * system.columns, Complex());
         return kSingular;

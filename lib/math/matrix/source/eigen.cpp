@@ -125,10 +125,10 @@ bool MatrixFunction(const ComplexMatrix& a, ComplexMatrix& x, Function function)
     std::fill_n(d, size, Complex());
     for (int i = 0; i < n; ++i)
         d[std::size_t(i) * n + i] = function(values[i]);
-    kernels::Best().multiply({n, n, n, vectors, d, scaled, work});
+    kernels::Best(n).multiply({n, n, n, vectors, d, scaled, work});
     SolveDense({n, n, vectors}, inverse);
     x.Reshape(n, n);
-    kernels::Best().multiply({n, n, n, scaled, inverse, x.Data(), work});
+    kernels::Best(n).multiply({n, n, n, scaled, inverse, x.Data(), work});
     return true;
 }
 

@@ -552,12 +552,12 @@ TARVOK_KERNELS(Plain, V2, )
 #if defined(__x86_64__)
 TARVOK_KERNELS(Avx2, V4, [[gnu::target("avx2")]])
 
-const Set& Best() {
+const Set& Best(int n) {
     static const bool avx2 = __builtin_cpu_supports("avx2");
-    return avx2 ? kAvx2 : kPlain;
+    return avx2 && n > kLanes<V2> ? kAvx2 : kPlain;
 }
 #else
-const Set& Best() {
+const Set& Best(int) {
     return kPlain;
 }
 #endif

@@ -75,8 +75,8 @@ struct Set {
     void (*divideByRoots)(const RootTask&);
 };
 
-// The set for any processor, and the fastest one for this processor.
+// The set for any processor, and the fastest one for this processor and matrices of n columns.
 extern const Set kPlain;
-const Set& Best();
+const Set& Best(int n);
 
 } // namespace kernels

@@ -10,8 +10,9 @@ int LuFactor(ComplexMatrix& a, IndexVector& pivots) {
         return kSolved;
     pivots.resize(a.Rows());
     const WorkArea work(kernels::FactorWork(a.Rows(), a.Columns()));
-    return kernels::Best().factor({a.Rows(), a.Columns(), a.Data(), pivots.Data(), work.Get()}) ? kSolved
-                                                                                                : kSingular;
+    return kernels::Best(a.Columns()).factor({a.Rows(), a.Columns(), a.Data(), pivots.Data(), work.Get()})
+               ? kSolved
+               : kSingular;
 }
 
 int LuSolve(const ComplexMatrix& a, const IndexVector& pivots, ComplexVector& b) {
@@ -90,12 +91,12 @@ int SolveWaveFraction(const ComplexMatrix& m, WaveFraction form, ComplexMatrix& 
 
 void MultiplyByRoots(ComplexMatrix& m, const ComplexVector& z) {
     const WorkArea work(kernels::RootWork(z.Size()));
-    kernels::Best().multiplyByRoots({z.Size(), z.Data(), m.Data(), work.Get()});
+    kernels::Best(z.Size()).multiplyByRoots({z.Size(), z.Data(), m.Data(), work.Get()});
 }
 
 void DivideByRoots(ComplexMatrix& m, const ComplexVector& z) {
     const WorkArea work(kernels::RootWork(z.Size()));
-    kernels::Best().divideByRoots({z.Size(), z.Data(), m.Data(), work.Get()});
+    kernels::Best(z.Size()).divideByRoots({z.Size(), z.Data(), m.Data(), work.Get()});
 }
 
 ComplexMatrix operator*(const ComplexMatrix& a, const ComplexMatrix& b) {
@@ -108,8 +109,8 @@ void MultiplyInto(ComplexMatrix& c, const ComplexMatrix& a, const ComplexMatrix&
     if (&c != &a && &c != &b) {
         c.Reshape(a.Rows(), b.Columns());
         const WorkArea work(kernels::MultiplyWork(a.Rows(), a.Columns()));
-        kernels::Best().multiply(
-            {a.Rows(), a.Columns(), b.Columns(), a.Data(), b.Data(), c.Data(), work.Get()});
+        kernels::Best(b.Columns())
+            .multiply({a.Rows(), a.Columns(), b.Columns(), a.Data(), b.Data(), c.Data(), work.Get()});
         return;
     }
     c.Reshape(a.Rows(), b.Columns());

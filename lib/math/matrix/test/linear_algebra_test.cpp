@@ -82,7 +82,7 @@ TEST_F(MatrixBits, EveryProcessorsLoopsGiveTheSame) {
         ComplexMatrix expected = plain::Multiply(a, b);
         ComplexMatrix product(n, n), solution(n, n);
         std::vector<double> work(std::max(kernels::SolveWork(n, n), kernels::MultiplyWork(n, n)));
-        for (const kernels::Set* set : {&kernels::kPlain, &kernels::Best()}) {
+        for (const kernels::Set* set : {&kernels::kPlain, &kernels::Best(n), &kernels::Best(64)}) {
             set->multiply({n, n, n, a.Data(), b.Data(), product.Data(), work.data()});
             EXPECT_TRUE(SameBits(product, expected));
             const auto outcome = set->solve({n, n, a.Data(), kernels::Take::Plain, b.Data(),
