@@ -54,8 +54,7 @@ std::vector<int> ArgumentIndices(const CBlock_func& func, int last) {
             indices.push_back(static_cast<int>(index));
     }
     std::ranges::sort(indices);
-    auto repeated = std::ranges::unique(indices);
-    indices.erase(repeated.begin(), repeated.end());
+    indices.erase(std::unique(indices.begin(), indices.end()), indices.end());
     return indices;
 }
 
