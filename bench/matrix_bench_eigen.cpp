@@ -46,7 +46,8 @@ public:
                          m_Lu.compute(m_Solver.eigenvectors()).inverse();
         m_Y = p * m_X * p;
         m_Solver.compute(View(newR));
-        const Matrix g = m_Solver.eigenvectors() * m_Solver.eigenvalues().array().sqrt().matrix().asDiagonal() *
+        const Matrix g = m_Solver.eigenvectors() *
+                         m_Solver.eigenvalues().array().sqrt().matrix().asDiagonal() *
                          m_Lu.compute(m_Solver.eigenvectors()).inverse();
         m_Y = g * m_Y * g;
         m_X = m_Lu.compute(m_One + m_Y).solve(m_One - m_Y);

@@ -4,8 +4,8 @@
 #include <vector>
 
 extern "C" {
-void zgesv_(const int* n, const int* nrhs, Complex* a, const int* lda, int* pivots, Complex* b, const int* ldb,
-            int* info);
+void zgesv_(const int* n, const int* nrhs, Complex* a, const int* lda, int* pivots, Complex* b,
+            const int* ldb, int* info);
 void openblas_set_num_threads(int count) __attribute__((weak));
 }
 
