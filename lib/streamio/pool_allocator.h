@@ -70,6 +70,9 @@ inline void PoolFree(void* block, std::size_t size) noexcept {
     pool::Free(block, size);
 }
 
+// Asks the system for large pages under memory that hasn't been touched; nothing for what is too small for them.
+void PreferLargePages(void* memory, std::size_t size) noexcept;
+
 template <class T>
 struct PoolAllocator {
     using value_type = T;

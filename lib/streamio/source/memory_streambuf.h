@@ -1,6 +1,7 @@
 // Stream buffers over text in memory, whose inside the token buffers use directly.
 #pragma once
 
+#include <streamio/pool_allocator.h>
 #include <stringutils/astring.h>
 
 #include <algorithm>
@@ -48,7 +49,7 @@ public:
 
     explicit CMemoryOutBuf(std::size_t reserved) {
         if (reserved > 0)
-            m_Text.reserve(reserved);
+            Grow(reserved);
         setp(m_Stage, m_Stage + kStage);
     }
 
@@ -125,7 +126,17 @@ protected:
     }
 
 private:
+    // A long text takes large pages: small ones cost more than what is written on them.
+    void Grow(std::size_t size) {
+        AString grown;
+        grown.reserve(size);
+        PreferLargePages(grown.data(), grown.capacity() * sizeof(wchar16));
+        grown.append(m_Text);
+        m_Text.swap(grown);
+    }
     void Store(const wchar16* units, std::size_t count) {
+        if (m_Base + count > m_Text.capacity())
+            Grow(std::max(m_Base + count, 2 * m_Text.capacity()));
         if (m_Base == m_Text.size())
             m_Text.append(units, count);
         else

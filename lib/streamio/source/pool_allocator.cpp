@@ -7,6 +7,8 @@
 #include <mutex>
 #include <new>
 
+#include <sys/mman.h>
+
 #if defined(__SANITIZE_ADDRESS__)
 #define STREAMIO_PLAIN_HEAP 1
 #elif defined(__has_feature)
@@ -212,6 +214,16 @@ void pool::Free(void* block, std::size_t size) noexcept {
         }
     }
     FreeSlow(block, index);
+}
+
+void PreferLargePages(void* memory, std::size_t size) noexcept {
+    constexpr std::size_t kPage = std::size_t{2} << 20;
+    if (size < 2 * kPage)
+        return;
+    const std::size_t before = reinterpret_cast<std::uintptr_t>(memory) % kPage;
+    const std::size_t skipped = before == 0 ? 0 : kPage - before;
+    // Without them the memory is as good, only slower.
+    ::madvise(static_cast<std::byte*>(memory) + skipped, (size - skipped) / kPage * kPage, MADV_HUGEPAGE);
 }
 
 } // namespace io
