@@ -45,9 +45,12 @@ bool Eventually(Condition condition) {
     return true;
 }
 
+// What can be read of the file, nothing where it vanishes meanwhile.
 inline std::string ReadAll(const std::filesystem::path& file) {
     std::ifstream stream(file, std::ios::binary);
-    return std::string((std::istreambuf_iterator<char>(stream)), {});
+    std::ostringstream text;
+    text << stream.rdbuf();
+    return text.str();
 }
 
 struct ProcessStat {
