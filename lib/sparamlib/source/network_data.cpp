@@ -86,7 +86,8 @@ std::int32_t CNetworkData::ReadFromBlock(io::CBlock& block) {
 }
 
 bool CNetworkData::WriteToBlock(io::CBlock& block) {
-    block << io::CNamed_value_manip<double>(u"Frequency", m_Frequency);
+    block.Add(io::CBlockItemPtr(
+        new io::CBlock_named_value(u"Frequency", io::CToken(io::TokenType::Double, m_Frequency))));
     TransferEnumKeyword(block, false, u"DataType", 0, std::size(kDataTypeKeywords), kDataTypeKeywords,
                         m_DataType);
     if (!m_SDerived)

@@ -9,7 +9,8 @@ std::int32_t TransferEnumKeyword(io::CBlock& block, bool read, const AString& ke
         const std::int64_t index = std::int64_t{value} - first;
         if (index < 0 || index >= count)
             return kNotMoved;
-        block << io::CNamed_value_manip<AString>(key, AString(table[index]));
+        block.Add(io::CBlockItemPtr(
+            new io::CBlock_named_value(key, io::CToken(io::TokenType::SingleQuotedText, table[index]))));
         return 0;
     }
     AString keyword;
