@@ -51,7 +51,9 @@ struct ProcessStat {
 
 inline ProcessStat ReadStat(pid_t process) {
     std::ifstream stat("/proc/" + std::to_string(process) + "/stat");
-    std::string text((std::istreambuf_iterator<char>(stat)), {});
+    std::ostringstream content; // empty where the process vanishes meanwhile
+    content << stat.rdbuf();
+    const std::string text = content.str();
     ProcessStat result;
     if (auto name = text.rfind(')'); name != std::string::npos)
         std::sscanf(text.c_str() + name + 1, " %c %d", &result.state, &result.parent);
