@@ -59,8 +59,8 @@ public:
     // Takes what stands under "Frequency", "DataType", "SMatrix", "YMatrix" and "ZMatrix"; what is absent or
     // unknown leaves its field. Without an owner no matrix is read. 0, or 1 for a matrix of the wrong shape or
     // with a bad item: that matrix is then absent, and what comes behind it isn't read. Elements that aren't stored
-    // are zero; so that a short text can't ask for any amount of memory, a matrix of more than 1 MiB has the wrong
-    // shape if less than an eighth of its elements is stored.
+    // are zero; so that a short text can't ask for any amount of memory, a matrix or vector of more than 64 elements
+    // has the wrong shape if less than an eighth of them is stored.
     std::int32_t ReadFromBlock(io::CBlock& block) override;
     // Appends frequency, origin and the matrices that aren't derived. True.
     bool WriteToBlock(io::CBlock& block) override;

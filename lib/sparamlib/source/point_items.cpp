@@ -1,27 +1,23 @@
 #include "point_items.h"
 
 #include <matrix/matrix_block.h>
+#include <sparamlib/port_table.h>
 
 namespace {
 
-// Beyond this many elements a stored matrix must hold its share of them.
-constexpr std::int64_t kTrustedElements = 65536;
-constexpr std::int64_t kStoredShare = 8;
-
-bool IsAllowed(const io::CBlock&, const ComplexVector*, int) {
-    return true;
+// A matrix and a vector have a block for each row.
+bool IsBackedUp(const io::CBlock& stored, int elements) {
+    std::size_t items = 0;
+    for (const auto& row : stored)
+        items += row->IsBlock() ? row->GetSize() : 0;
+    return IsStoredShare(items, static_cast<std::size_t>(elements));
 }
 
-bool IsAllowed(const io::CBlock& stored, const ComplexMatrix*, int n) {
-    const std::int64_t elements = std::int64_t{n} * n;
-    if (elements <= kTrustedElements)
-        return true;
-    std::int64_t items = 0;
-    for (const auto& row : stored) {
-        if (row->IsBlock())
-            items += static_cast<std::int64_t>(row->GetSize());
-    }
-    return items >= elements / kStoredShare;
+int ElementsOf(const ComplexMatrix*, int n) {
+    return n * n;
+}
+int ElementsOf(const ComplexVector*, int n) {
+    return n;
 }
 
 bool Read(io::CBlock& stored, ComplexMatrix& matrix) {
@@ -33,7 +29,7 @@ bool Read(io::CBlock& stored, ComplexVector& vector) {
 
 template <class T>
 bool ReadInto(io::CBlock& stored, std::unique_ptr<T>& item, int n) {
-    if (IsAllowed(stored, item.get(), n)) {
+    if (n <= kMaxMatrixSize && IsBackedUp(stored, ElementsOf(item.get(), n))) {
         if (!UsableItem(item, n))
             item = MakeItem(item.get(), n);
         if (Read(stored, *item))

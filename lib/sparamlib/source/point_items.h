@@ -79,6 +79,13 @@ inline bool IsNewImpedance(const Complex& value) {
     return abs(value) > 1e-10;
 }
 
+// Whether what is stored of a matrix or vector is enough to make it: a short text can't ask for any amount of memory.
+inline bool IsStoredShare(std::size_t stored, std::size_t elements) {
+    constexpr std::size_t kTrusted = 64;
+    constexpr std::size_t kShare = 8;
+    return elements <= kTrusted || stored >= elements / kShare;
+}
+
 // The block of that name in the other one, whose property it stays; or null.
 io::CBlock* FindBlock(io::CBlock& block, std::u16string_view name);
 
