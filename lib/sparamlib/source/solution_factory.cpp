@@ -125,28 +125,26 @@ void ReadPostprocessing(io::CBlock& stored, CNetworkModalSolution& solution) {
     std::int32_t count = 0;
     stored >> io::CNamed_value_manip<int>(u"S", count);
     // Only vectors of the right length come into force; no other is made.
-    ComplexVector impedances;
-    RealVector distances;
+    std::unique_ptr<ComplexVector> impedances;
+    std::unique_ptr<RealVector> distances;
     bool isLossless = false;
-    if (const io::CBlock_func* function = FindFunction(stored, u"PR");
-        function && count == setup.GetMatrixSize()) {
-        impedances.resize(count);
-        CArguments arguments(*function);
+    const io::CBlock_func* targets = FindFunction(stored, u"PR");
+    if (targets && count == setup.GetMatrixSize()) {
+        impedances = std::make_unique<ComplexVector>(count);
+        CArguments arguments(*targets);
         for (int i = 0; i < count; ++i)
-            arguments.Next(impedances[i]);
+            arguments.Next((*impedances)[i]);
     }
-    const io::CBlock_func* function = FindFunction(stored, u"PD");
-    const bool hasDistances = function && count == setup.GetNumPorts();
-    if (function) {
-        CArguments arguments(*function);
+    if (const io::CBlock_func* planes = FindFunction(stored, u"PD")) {
+        CArguments arguments(*planes);
         arguments.Next(isLossless);
-        if (hasDistances) {
-            distances = RealVector(count, 0.0);
+        if (count == setup.GetNumPorts()) {
+            distances = std::make_unique<RealVector>(count, 0.0);
             for (int i = 0; i < count; ++i)
-                arguments.Next(distances[i]);
+                arguments.Next((*distances)[i]);
         }
     }
-    setup.SetDefaults(true, &impedances, hasDistances ? &distances : nullptr);
+    setup.SetDefaults(true, impedances.get(), distances.get());
     setup.mLosslessDeembed = isLossless;
     solution.SetPostprocSetup(&setup);
 }
