@@ -178,8 +178,9 @@ TEST(Compact, PostProcessingComesIntoForceWithAsManyValuesAsThereAreRowsAndPorts
         ASSERT_TRUE(setup) << c.lines;
         EXPECT_TRUE(setup->mIsModal) << c.lines;
         EXPECT_EQ(setup->GetDefaultImpedances() != nullptr, c.hasImpedances) << c.lines;
-        if (setup->GetDefaultImpedances())
+        if (setup->GetDefaultImpedances()) {
             EXPECT_EQ((*setup->GetDefaultImpedances())[0], Complex(75, 1)) << c.lines;
+        }
         EXPECT_EQ(setup->GetDeembedDistances() != nullptr, c.hasDistances) << c.lines;
         EXPECT_EQ(setup->mLosslessDeembed, c.isLossless) << c.lines;
         EXPECT_EQ(setup->IsRenormActive(), c.hasImpedances) << c.lines;

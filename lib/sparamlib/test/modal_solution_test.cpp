@@ -67,10 +67,12 @@ TEST(Postprocessing, MovesThePlanesFirstAndRenormalisesThen) {
             setup.mLosslessDeembed = isLossless;
             solution.SetPostprocSetup(&setup);
             CNetworkModalData expected(*solution.solved);
-            if (c.distances)
+            if (c.distances) {
                 EXPECT_TRUE(expected.Deembed(kDistances, isLossless, true));
-            if (c.targets)
+            }
+            if (c.targets) {
                 EXPECT_TRUE(expected.Renormalize(kTargets));
+            }
             CNetworkData* seen = solution.Seen();
             ASSERT_TRUE(seen);
             EXPECT_TRUE(Equal(SOf(seen), SOf(&expected)));

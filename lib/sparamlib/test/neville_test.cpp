@@ -216,10 +216,12 @@ TEST(Neville, FillsATerminalPointByTheTableauAlone) {
         ASSERT_TRUE(point) << points;
         ASSERT_TRUE(point->GetGamma() && point->GetPortImpedance());
         EXPECT_LT(abs(point->GetValue(NetworkDataKind::PortImpedance, 1, 2) - Complex(51, 2)), 1e-9);
-        if (points == 1)
+        if (points == 1) {
             EXPECT_TRUE(Equal(SOf(point), RationalMatrix(1e8, 3)));
-        if (points == 7)
+        }
+        if (points == 7) {
             EXPECT_LT(abs(point->GetValue(NetworkDataKind::Gamma, 1, 2) - Complex(0.1, 3.25)), 1e-9);
+        }
     }
     auto solution = Sweep<CNetworkTerminalSolution>(5);
     static_cast<CNetworkTerminalData*>(solution.AddData(5e8))->SetGamma(nullptr, true);

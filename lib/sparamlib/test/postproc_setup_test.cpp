@@ -7,19 +7,19 @@
 
 namespace {
 
-using Setup = CNetworkPostprocSetup;
+using Settings = CNetworkPostprocSetup;
 
 AssertAnswer Ignore(AssertBox, const char*) {
     return AssertAnswer::Ignore;
 }
 
-std::string Stored(const Setup& setup) {
+std::string Stored(const Settings& setup) {
     io::CBlock block(AString(u"Setup"));
     EXPECT_TRUE(setup.WriteToBlock(block));
     return Text(block);
 }
 
-std::int32_t Read(Setup& setup, const std::string& lines) {
+std::int32_t Read(Settings& setup, const std::string& lines) {
     io::CBlock block = BlockOf("Setup", lines);
     return setup.ReadFromBlock(block);
 }
@@ -30,33 +30,33 @@ const std::string kSequences =
 TEST(Setup, IsActiveByAnyOfItsSettingsButNotWithoutRows) {
     struct Case {
         const char* what;
-        std::function<void(Setup&)> set;
+        std::function<void(Settings&)> set;
         bool isActive;
     };
     const ComplexVector impedances(1, Complex(75));
     for (const Case& c : std::vector<Case>{
-             {"new", [](Setup&) {}, false},
-             {"renormalises", [](Setup& s) { s.mDoRenorm = true; }, true},
-             {"moves", [](Setup& s) { s.mDoDeembed = true; }, true},
-             {"is terminal", [](Setup& s) { s.mIsModal = false; }, true},
-             {"uses more than Zpi", [](Setup& s) { s.mUseZpiOnly = false; }, true},
-             {"goes to 0 Hz", [](Setup& s) { s.mExtrapToDC = true; }, true},
-             {"multiplies", [](Setup& s) { s.mImpedMultiplier = 1.0000001; }, true},
+             {"new", [](Settings&) {}, false},
+             {"renormalises", [](Settings& s) { s.mDoRenorm = true; }, true},
+             {"moves", [](Settings& s) { s.mDoDeembed = true; }, true},
+             {"is terminal", [](Settings& s) { s.mIsModal = false; }, true},
+             {"uses more than Zpi", [](Settings& s) { s.mUseZpiOnly = false; }, true},
+             {"goes to 0 Hz", [](Settings& s) { s.mExtrapToDC = true; }, true},
+             {"multiplies", [](Settings& s) { s.mImpedMultiplier = 1.0000001; }, true},
              {"overrides",
-              [](Setup& s) {
+              [](Settings& s) {
                   s.SetOverrides({{0, Complex(75)}}, {});
               },
               true},
              {"overrides distances",
-              [](Setup& s) {
+              [](Settings& s) {
                   s.SetOverrides({}, {{0, 1.0}});
               },
               true},
-             {"has defaults", [&](Setup& s) { s.SetDefaults(true, &impedances, nullptr); }, true},
-             {"snaps", [](Setup& s) { s.mDoDCSnapping = true; }, false},
-             {"has pairs", [](Setup& s) { s.mDiffPairs.emplace_back(); }, false},
+             {"has defaults", [&](Settings& s) { s.SetDefaults(true, &impedances, nullptr); }, true},
+             {"snaps", [](Settings& s) { s.mDoDCSnapping = true; }, false},
+             {"has pairs", [](Settings& s) { s.mDiffPairs.emplace_back(); }, false},
          }) {
-        Setup one({1}), none({});
+        Settings one({1}), none({});
         c.set(one);
         EXPECT_EQ(one.IsActive(), c.isActive) << c.what;
         const auto before = SetAssertQuestion(Ignore);
@@ -73,7 +73,7 @@ TEST(Setup, CountsItsRowsWithinReason) {
     };
     for (const Case& c :
          {Case{{1, 2, 3}, 3, 6}, Case{{}, 0, 0}, Case{{-5, 2}, 2, 2}, Case{{2000000000, 2000000000}, 2, 0}}) {
-        const Setup setup(c.modes);
+        const Settings setup(c.modes);
         EXPECT_EQ(setup.GetNumPorts(), c.ports);
         EXPECT_EQ(setup.GetMatrixSize(), c.rows);
         EXPECT_EQ(setup.mPortCharImpeds.size(), static_cast<std::size_t>(c.rows));
@@ -83,7 +83,7 @@ TEST(Setup, CountsItsRowsWithinReason) {
 TEST(Setup, OverridesBeatDefaultsElementByElementAndDoNotAddUp) {
     const ComplexVector defaults(2, Complex(75));
     const RealVector distances(2, 0.5);
-    Setup setup({1, 1});
+    Settings setup({1, 1});
     setup.SetDefaults(true, &defaults, &distances);
     EXPECT_EQ((*setup.GetRenormImpedances())[1], Complex(75));
     setup.SetOverrides({{0, Complex(50)}, {1, Complex()}}, {{1, 0.25}});
@@ -116,7 +116,7 @@ TEST(Setup, OverridesBeatDefaultsElementByElementAndDoNotAddUp) {
 
 TEST(Setup, AnIndexOutsideOverridesNothing) {
     const auto before = SetAssertQuestion(Ignore);
-    Setup setup({2, 1});
+    Settings setup({2, 1});
     setup.SetOverrides({{-1, Complex(1)}, {3, Complex(1)}, {2, Complex(9)}}, {{-1, 1.0}, {2, 1.0}, {1, 7.0}});
     SetAssertQuestion(before);
     ASSERT_EQ(setup.GetRenormImpedances()->Size(), 3);
@@ -159,40 +159,40 @@ TEST(Setup, IsReadAndWrittenAsItStands) {
                              "$end Setup\n";
     io::CBlock block;
     ASSERT_TRUE(block.FromText(Wide(text)));
-    Setup setup({7});
+    Settings setup({7});
     EXPECT_EQ(setup.ReadFromBlock(block), 0);
     EXPECT_EQ(Stored(setup), text);
-    const Setup copy(setup);
+    const Settings copy(setup);
     EXPECT_EQ(Stored(copy), text);
     EXPECT_TRUE(copy.IsEqual(setup));
 
     // Each difference counts, but for the overrides'.
     const ComplexVector others(3, Complex(9));
-    const std::function<void(Setup&)> changes[] = {
-        [](Setup& s) { s.mIsModal = true; },
-        [](Setup& s) { s.mDoRenorm = false; },
-        [](Setup& s) { s.mDoDeembed = false; },
-        [](Setup& s) { s.mUseZpiOnly = true; },
-        [](Setup& s) { s.mLosslessDeembed = true; },
-        [](Setup& s) { s.mExtrapToDC = false; },
-        [](Setup& s) { s.mDoDCSnapping = false; },
-        [](Setup& s) { s.mDCSnapTolerance = 0.0; },
-        [](Setup& s) { s.mImpedMultiplier = 1.0; },
-        [](Setup& s) { s.mPortImpeds.reset(); },
-        [](Setup& s) { (*s.mPortImpeds)[2] = Complex(); },
-        [](Setup& s) { s.mDoPortRenorm[1] = true; },
-        [](Setup& s) { s.mPortCharImpeds[1] = NetworkDataKind::Zpi; },
-        [](Setup& s) { s.mDiffPairs[0].m_DiffName = u"E"; },
-        [](Setup& s) { s.mDiffPairs.clear(); },
-        [&](Setup& s) { s.SetDefaults(false, &others, s.GetDeembedDistances()); },
-        [](Setup& s) { Read(s, kSequences + "MatrixSize=4\n"); },
+    const std::function<void(Settings&)> changes[] = {
+        [](Settings& s) { s.mIsModal = true; },
+        [](Settings& s) { s.mDoRenorm = false; },
+        [](Settings& s) { s.mDoDeembed = false; },
+        [](Settings& s) { s.mUseZpiOnly = true; },
+        [](Settings& s) { s.mLosslessDeembed = true; },
+        [](Settings& s) { s.mExtrapToDC = false; },
+        [](Settings& s) { s.mDoDCSnapping = false; },
+        [](Settings& s) { s.mDCSnapTolerance = 0.0; },
+        [](Settings& s) { s.mImpedMultiplier = 1.0; },
+        [](Settings& s) { s.mPortImpeds.reset(); },
+        [](Settings& s) { (*s.mPortImpeds)[2] = Complex(); },
+        [](Settings& s) { s.mDoPortRenorm[1] = true; },
+        [](Settings& s) { s.mPortCharImpeds[1] = NetworkDataKind::Zpi; },
+        [](Settings& s) { s.mDiffPairs[0].m_DiffName = u"E"; },
+        [](Settings& s) { s.mDiffPairs.clear(); },
+        [&](Settings& s) { s.SetDefaults(false, &others, s.GetDeembedDistances()); },
+        [](Settings& s) { Read(s, kSequences + "MatrixSize=4\n"); },
     };
     for (std::size_t i = 0; i < std::size(changes); ++i) {
-        Setup changed(setup);
+        Settings changed(setup);
         changes[i](changed);
         EXPECT_FALSE(changed.IsEqual(setup)) << i;
     }
-    Setup changed(setup);
+    Settings changed(setup);
     changed.SetOverrides({{0, Complex(1)}}, {{0, 1.0}});
     EXPECT_TRUE(changed.IsEqual(setup));
 }
@@ -219,7 +219,7 @@ TEST(Setup, WhatABlockLacksEndsTheReadingWhereItIsDemanded) {
                   0, "DiffName='d'"},
          }) {
         const auto before = SetAssertQuestion(Ignore);
-        Setup setup({1, 2});
+        Settings setup({1, 2});
         setup.mExtrapToDC = true;
         EXPECT_EQ(Read(setup, c.lines), c.code) << c.lines;
         SetAssertQuestion(before);
@@ -230,7 +230,7 @@ TEST(Setup, WhatABlockLacksEndsTheReadingWhereItIsDemanded) {
     for (const char* damage : {"a=\n", "$begin DiffPairs\n$begin Pair\na=\n$end Pair\n$end DiffPairs\n"}) {
         io::CBlock block;
         EXPECT_FALSE(block.FromText(Wide("$begin Setup\n" + kSequences + damage + "$end Setup\n")));
-        Setup setup({});
+        Settings setup({});
         EXPECT_EQ(setup.ReadFromBlock(block), -1) << damage;
     }
 }
@@ -268,7 +268,7 @@ using Ohms = std::vector<double>;
 
 TEST(Setup, CharacteristicImpedancesGoToThePointAndToTheTargetsThatNobodySet) {
     Chosen chosen;
-    Setup setup({1, 2});
+    Settings setup({1, 2});
     setup.mPortCharImpeds = {NetworkDataKind::Zpi, NetworkDataKind::Zvi, NetworkDataKind::Zpv};
     setup.mDoPortRenorm = {true, false};
     const ComplexVector defaults(3, Complex(50));
@@ -284,7 +284,7 @@ TEST(Setup, CharacteristicImpedancesGoToThePointAndToTheTargetsThatNobodySet) {
     EXPECT_EQ(chosen.point->GetValue(NetworkDataKind::PortImpedance, 2, 2), Complex(166, 2));
     EXPECT_EQ(RealParts(setup.GetOverrideImpedances()), (Ohms{82, 20, 166}));
     // The copy doesn't know which rows were set.
-    Setup copy(setup);
+    Settings copy(setup);
     copy.mImpedMultiplier = 1.0;
     copy.ApplyCharImpedances(*chosen.point);
     EXPECT_EQ(RealParts(copy.GetOverrideImpedances()), (Ohms{82, 20, 166}));
@@ -315,7 +315,7 @@ TEST(Setup, CharacteristicImpedancesStayInsideWhatThereIs) {
          }) {
         Chosen chosen;
         chosen.point->SetValue(NetworkDataKind::PortImpedance, Complex(), 0, 0);
-        Setup setup({1, 2});
+        Settings setup({1, 2});
         ASSERT_EQ(Read(setup, c.lines), 0);
         setup.ApplyCharImpedances(*chosen.point);
         EXPECT_EQ(chosen.Impedances(), c.impedances) << c.lines;
@@ -325,7 +325,7 @@ TEST(Setup, CharacteristicImpedancesStayInsideWhatThereIs) {
     // An absent vector ends it, with earlier rows done.
     Chosen chosen;
     chosen.point->SetZvi(nullptr, true);
-    Setup setup({1, 2});
+    Settings setup({1, 2});
     setup.mPortCharImpeds[1] = NetworkDataKind::Zvi;
     setup.ApplyCharImpedances(*chosen.point);
     EXPECT_EQ(chosen.Impedances(), (Ohms{41, 0, 0}));
