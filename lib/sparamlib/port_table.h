@@ -1,7 +1,8 @@
 // The ports of a solution: their names, how many rows each has, and names of terminals.
 //
 // Three sequences that are stored as the function items "PortNames", "PortModes" and "PortTerminals". A block may give
-// them any lengths and any counts; a port is what has a name and a count.
+// them any lengths and any counts; a port is what has a name and a count. An empty name doesn't come back from a stored
+// text, where it is no argument.
 #pragma once
 
 #include <stringutils/astring.h>

@@ -17,14 +17,14 @@ TEST(Factory, ChoosesTheClassByKeywordOrNumber) {
     for (const Case& c : {
              Case{"ObjectType='Modal'\n", 1},
              Case{"ObjectType='terMINAL'\n", 2},
-             Case{"ObjectType='None'\nA(1, 0, '', 0)\n", 0},
-             Case{"ObjectType='Other'\nA(2, 0, '', 0)\n", 2},
+             Case{"ObjectType='None'\nA(1, 0, 'n', 0)\n", 0},
+             Case{"ObjectType='Other'\nA(2, 0, 'n', 0)\n", 2},
              Case{"ObjectType='Other'\n", 0},
              Case{"", 0},
-             Case{"A(1, 0, '', 0)\n", 1},
+             Case{"A(1, 0, 'n', 0)\n", 1},
              Case{"A(2)\n", 2},
-             Case{"A(0, 0, '', 0)\n", 0},
-             Case{"A(5, 0, '', 0)\n", 0},
+             Case{"A(0, 0, 'n', 0)\n", 0},
+             Case{"A(5, 0, 'n', 0)\n", 0},
              Case{"A(-1)\n", 0},
              Case{"A('Modal')\n", 0},
              Case{"A()\n", 0},
@@ -92,7 +92,7 @@ TEST(Compact, AModalSolutionHasItsVectorsOnceForEachRow) {
 }
 
 TEST(Compact, ATerminalSolutionHasThemForEachElementAndTakesNoTransform) {
-    const auto solution = Made(std::string("A(2, 0, '', -1)\n") + kEntries +
+    const auto solution = Made(std::string("A(2, 0, 'n', -1)\n") + kEntries +
                                "$begin Fs\n"
                                "f(1e9, 1, 0, 0, 1, 1, 1,"
                                " 11, 0, 111, 0, 1, 0, 311, 0,  12, 0, 112, 0, 2, 0, 312, 0,"
@@ -128,7 +128,7 @@ TEST(Compact, DamagedPointsKeepWhatStandsBeforeTheDamage) {
                   {7, 8}},
          }) {
         const auto solution =
-            Made(std::string("A(1, 0, '', 0)\n") + kEntries + "$begin Fs\n" + c.point + "\n$end Fs\n");
+            Made(std::string("A(1, 0, 'n', 0)\n") + kEntries + "$begin Fs\n" + c.point + "\n$end Fs\n");
         ASSERT_TRUE(solution);
         EXPECT_EQ(solution->GetNumSolvedFrequencies(), c.solved) << c.point;
         CNetworkData* point = solution->GetData(5, 0, false, false);
@@ -137,17 +137,17 @@ TEST(Compact, DamagedPointsKeepWhatStandsBeforeTheDamage) {
         EXPECT_EQ(point->GetValue(NetworkDataKind::SMatrix, 0, 0), c.first) << c.point;
         EXPECT_EQ(point->GetValue(NetworkDataKind::SMatrix, 1, 1), c.last) << c.point;
     }
-    EXPECT_EQ(
-        Made("A(1, 0, '', 0)\n$begin Fs\nf(5, 1, 0, 0, 0, 0, 0, 1, 2)\n$end Fs\n")->GetNumSolvedFrequencies(),
-        1);
-    EXPECT_EQ(Made(std::string("A(1, 0, '', 0)\n") + kEntries)->GetMatrixSize(), 2);
+    EXPECT_EQ(Made("A(1, 0, 'n', 0)\n$begin Fs\nf(5, 1, 0, 0, 0, 0, 0, 1, 2)\n$end Fs\n")
+                  ->GetNumSolvedFrequencies(),
+              1);
+    EXPECT_EQ(Made(std::string("A(1, 0, 'n', 0)\n") + kEntries)->GetMatrixSize(), 2);
 }
 
 TEST(Compact, AShortPointDoesNotMakeLargeMatrices) {
     std::string entries;
     for (int i = 0; i < 60; ++i)
         entries += "p()\n";
-    const auto solution = Made("A(1, 0, '', 0)\n$begin Ps\n" + entries +
+    const auto solution = Made("A(1, 0, 'n', 0)\n$begin Ps\n" + entries +
                                "$end Ps\n$begin Fs\nf(5, 1, 1, 1, 1, 1, 1, 2, 3)\n$end Fs\n");
     EXPECT_EQ(solution->GetData(5, 0, false, false)->GetSMatrix(false), nullptr);
 }
@@ -173,7 +173,7 @@ TEST(Compact, PostProcessingComesIntoForceWithAsManyValuesAsThereAreRowsAndPorts
              Case{two, "S=2\nPR(75, 1, 75, 1)\nPD(true, 0.5)\n", true, false, true},
          }) {
         const auto solution =
-            Made(std::string("A(1, 0, '', 0)\n") + c.entries + "$begin PP\n" + c.lines + "$end PP\n");
+            Made(std::string("A(1, 0, 'n', 0)\n") + c.entries + "$begin PP\n" + c.lines + "$end PP\n");
         const auto* setup = static_cast<CNetworkModalSolution&>(*solution).GetPostprocSetup();
         ASSERT_TRUE(setup) << c.lines;
         EXPECT_TRUE(setup->mIsModal) << c.lines;
@@ -185,7 +185,7 @@ TEST(Compact, PostProcessingComesIntoForceWithAsManyValuesAsThereAreRowsAndPorts
         EXPECT_EQ(setup->mLosslessDeembed, c.isLossless) << c.lines;
         EXPECT_EQ(setup->IsRenormActive(), c.hasImpedances) << c.lines;
     }
-    const auto without = Made(std::string("A(1, 0, '', 0)\n") + one);
+    const auto without = Made(std::string("A(1, 0, 'n', 0)\n") + one);
     EXPECT_EQ(static_cast<CNetworkModalSolution&>(*without).GetPostprocSetup(), nullptr);
 }
 

@@ -244,7 +244,7 @@ TEST(Neville, NeedsThreeModalPointsButOneForSAlone) {
 
 TEST(Neville, GivesAHeldFrequencyItsMatrixWithNoError) {
     auto solution = Sweep<CNetworkModalSolution>(5);
-    for (double x : {5e8, 5e8 + 1e-06, 5e8 - 9e-07}) {
+    for (double x : {5e8, 5e8 + 9e-07, 5e8 - 9e-07}) {
         CNetworkData point(&solution, x);
         ASSERT_TRUE(CNevilleInterpolateVisitor().Visit(&solution, &point));
         EXPECT_TRUE(Equal(SOf(&point), RationalMatrix(5e8, 3))) << x;
