@@ -127,11 +127,12 @@ TARVOK_INLINE bool FillElements(const Task& task, int first) {
 
 template <class V>
 TARVOK_INLINE bool FillMatrix(const Task& task) {
-    for (int first = 0; first < task.elements; first += V::kLanes) {
+    int first = 0;
+    for (; task.elements - first > V2::kLanes; first += V::kLanes) {
         if (!FillElements<V>(task, first))
             return false;
     }
-    return true;
+    return first >= task.elements || FillElements<V2>(task, first);
 }
 
 bool FillPlain(const Task& task) {
