@@ -46,20 +46,41 @@ TARVOK_INLINE void Store(double* to, const typename V::Numbers& from) {
     *reinterpret_cast<typename V::Unaligned*>(to) = from;
 }
 
-// (re, im) * right, as complex.h has it; `sum` is right's real part and imaginary part together.
-template <class V>
-TARVOK_INLINE void Multiply(double* toRe, double* toIm, const typename V::Numbers& re,
-                            const typename V::Numbers& im, const typename V::Numbers& rightRe,
-                            const typename V::Numbers& rightIm, const typename V::Numbers& sum) {
-    const typename V::Numbers t = sum * re;
-    const typename V::Mask isReal = im == 0.0;
-    Store<V>(toRe, isReal ? re * rightRe : t - (re + im) * rightIm);
-    Store<V>(toIm, isReal ? re * rightIm : t + (im - re) * rightRe);
+template <class Mask>
+TARVOK_INLINE bool IsAny(const Mask& mask) {
+    for (std::size_t lane = 0; lane < sizeof(Mask) / sizeof(std::int64_t); ++lane) {
+        if (mask[lane])
+            return true;
+    }
+    return false;
 }
 
-// The elements from `first` on. False at a pole.
-template <class V>
-TARVOK_INLINE bool FillElements(const Task& task, int first) {
+// (re, im) * right, as complex.h has it; `sum` is right's real part and imaginary part together. Real left factors have a
+// formula of their own; without `kWithReal` the product of one is wrong, and is marked in `wrong`.
+template <class V, bool kWithReal>
+TARVOK_INLINE void Multiply(double* toRe, double* toIm, const typename V::Numbers& re,
+                            const typename V::Numbers& im, const typename V::Numbers& rightRe,
+                            const typename V::Numbers& rightIm, const typename V::Numbers& sum,
+                            typename V::Mask& wrong) {
+    const typename V::Numbers t = sum * re;
+    const typename V::Numbers productRe = t - (re + im) * rightIm;
+    const typename V::Numbers productIm = t + (im - re) * rightRe;
+    const typename V::Mask isReal = im == 0.0;
+    if constexpr (kWithReal) {
+        Store<V>(toRe, isReal ? re * rightRe : productRe);
+        Store<V>(toIm, isReal ? re * rightIm : productIm);
+    } else {
+        Store<V>(toRe, productRe);
+        Store<V>(toIm, productIm);
+        wrong |= isReal;
+    }
+}
+
+enum class Outcome { Filled, Pole, Wrong };
+
+// The elements from `first` on.
+template <class V, bool kWithReal>
+TARVOK_INLINE Outcome FillElements(const Task& task, int first) {
     using Numbers = typename V::Numbers;
     using Mask = typename V::Mask;
     constexpr int kLanes = V::kLanes;
@@ -84,6 +105,7 @@ TARVOK_INLINE bool FillElements(const Task& task, int first) {
     Numbers dyRe = {}, dyIm = {};
     for (int k = 1; k < task.samples; ++k) {
         Mask poles = {};
+        Mask wrong = {};
         for (int i = 0; i < task.samples - k; ++i) {
             double* numbers = row(i);
             Numbers cRe, cIm, dRe, dIm;
@@ -103,13 +125,14 @@ TARVOK_INLINE bool FillElements(const Task& task, int first) {
             const Numbers quotientRe = (ddRe * wRe + ddIm * wIm) / q;
             const Numbers quotientIm = (ddRe * wIm - wRe * ddIm) / q;
             const Numbers sum = quotientRe + quotientIm;
-            Multiply<V>(numbers + 2 * kLanes, numbers + 3 * kLanes, cRe, cIm, quotientRe, quotientIm, sum);
-            Multiply<V>(numbers, numbers + kLanes, tRe, tIm, quotientRe, quotientIm, sum);
+            Multiply<V, kWithReal>(numbers + 2 * kLanes, numbers + 3 * kLanes, cRe, cIm, quotientRe,
+                                   quotientIm, sum, wrong);
+            Multiply<V, kWithReal>(numbers, numbers + kLanes, tRe, tIm, quotientRe, quotientIm, sum, wrong);
         }
-        for (int lane = 0; lane < kLanes; ++lane) {
-            if (poles[lane])
-                return false;
-        }
+        if (IsAny(poles))
+            return Outcome::Pole;
+        if (IsAny(wrong))
+            return Outcome::Wrong;
         const bool isLower = 2 * ns < task.samples - k;
         ns -= isLower ? 0 : 1;
         const double* correction = row(ns) + (isLower ? 0 : 2 * kLanes);
@@ -122,17 +145,26 @@ TARVOK_INLINE bool FillElements(const Task& task, int first) {
         task.result[first + lane] = {yRe[lane], yIm[lane]};
         task.error[first + lane] = {dyRe[lane], dyIm[lane]};
     }
-    return true;
+    return Outcome::Filled;
+}
+
+// The same, true if filled. Numbers that are real are rare, or there from the start.
+template <class V>
+TARVOK_INLINE bool Fill(const Task& task, int first) {
+    Outcome outcome = FillElements<V, false>(task, first);
+    if (outcome == Outcome::Wrong)
+        outcome = FillElements<V, true>(task, first);
+    return outcome == Outcome::Filled;
 }
 
 template <class V>
 TARVOK_INLINE bool FillMatrix(const Task& task) {
     int first = 0;
     for (; task.elements - first > V2::kLanes; first += V::kLanes) {
-        if (!FillElements<V>(task, first))
+        if (!Fill<V>(task, first))
             return false;
     }
-    return first >= task.elements || FillElements<V2>(task, first);
+    return first >= task.elements || Fill<V2>(task, first);
 }
 
 bool FillPlain(const Task& task) {
@@ -144,12 +176,12 @@ bool FillPlain(const Task& task) {
     return FillMatrix<V4>(task);
 }
 
-bool Fill(const Task& task) {
+bool FillBest(const Task& task) {
     static const bool hasAvx2 = __builtin_cpu_supports("avx2");
     return hasAvx2 ? FillAvx2(task) : FillPlain(task);
 }
 #else
-bool Fill(const Task& task) {
+bool FillBest(const Task& task) {
     return FillPlain(task);
 }
 #endif
@@ -219,8 +251,8 @@ bool RationalInterpolate(double x, ComplexMatrix& result, const std::vector<cons
         offsets[static_cast<std::size_t>(i)] = frequencies[i] - x;
     }
     std::vector<double> work(samples.size() * kWorkOfSample);
-    return Fill({m, nearest, offsets.data(), samples.data(), result.Size(), work.data(), result.Data(),
-                 error.Data()});
+    return FillBest({m, nearest, offsets.data(), samples.data(), result.Size(), work.data(), result.Data(),
+                     error.Data()});
 }
 
 bool QuadraticInterpolate(double x, ComplexVector& result, const std::vector<const ComplexVector*>& samples,
