@@ -29,16 +29,25 @@ AString TextOf(CNetworkDataSolution& solution) {
     return text;
 }
 
+// Not: a number without end, and an empty name among the arguments of a port table.
+bool IsReadable(const AString& text) {
+    for (const char16_t* part : {u"inf", u"nan", u"('')", u"('', ", u", '')", u", '', "}) {
+        if (text.find(part) != text.npos)
+            return false;
+    }
+    return true;
+}
+
 // The port tables of a block are appended, so that only a new object reads the same again.
 void ReadAgain(CNetworkDataSolution& solution) {
     const AString text = TextOf(solution);
-    if (text.find(u"inf") != text.npos || text.find(u"nan") != text.npos) // which no text holds as a number
+    Require(TextOf(*solution.Clone()) == text);
+    if (!IsReadable(text))
         return;
     io::CBlock block;
     Require(block.FromText(text));
     const auto again = CreateNetworkSolution(block);
     Require(again && TextOf(*again) == text);
-    Require(TextOf(*solution.Clone()) == text);
 }
 
 void Ask(CNetworkDataSolution& solution) {
