@@ -42,7 +42,8 @@ bool IsReadable(const AString& text) {
 void ReadAgain(CNetworkDataSolution& solution) {
     const AString text = TextOf(solution);
     Require(TextOf(*solution.Clone()) == text);
-    if (!IsReadable(text))
+    // Without rows no matrix of a point is read, not even one of 0 by 0.
+    if (solution.GetMatrixSize() == 0 || !IsReadable(text))
         return;
     io::CBlock block;
     Require(block.FromText(text));
