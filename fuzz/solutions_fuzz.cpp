@@ -42,8 +42,8 @@ bool IsReadable(const AString& text) {
 void ReadAgain(CNetworkDataSolution& solution) {
     const AString text = TextOf(solution);
     Require(TextOf(*solution.Clone()) == text);
-    // Without rows no matrix of a point is read, not even one of 0 by 0.
-    if (solution.GetMatrixSize() == 0 || !IsReadable(text))
+    // Without rows no matrix of a point is read, not even one of 0 by 0; and not every type has a stored keyword.
+    if (solution.GetMatrixSize() == 0 || text.find(u"\n\tSolutionType=") == text.npos || !IsReadable(text))
         return;
     io::CBlock block;
     Require(block.FromText(text));
