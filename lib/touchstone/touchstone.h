@@ -74,7 +74,8 @@ struct Layout {
     Format format = Format::MagnitudeAngle;
     MatrixFormat matrix = MatrixFormat::Full;             // version 2
     TwoPortOrder twoPortOrder = TwoPortOrder::Order21_12; // version 2
-    int digits = 0; // significant digits written, up to 17; 0: as many as bring the number back
+    int digits =
+        0; // of what is written, up to 17; 0: as many as bring the number back, as frequencies always have
 
     bool operator==(const Layout&) const = default;
 };

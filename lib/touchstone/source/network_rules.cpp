@@ -16,6 +16,10 @@ constexpr double kDecibelsOfZero = -9999; // of less than the least number
 
 } // namespace
 
+bool IsFinite(std::complex<double> value) {
+    return std::isfinite(value.real()) && std::isfinite(value.imag());
+}
+
 std::complex<double> FromPolar(double magnitude, double degrees) {
     if (!(std::abs(degrees) < 1e6))
         degrees = std::fmod(degrees, 360);
@@ -77,7 +81,7 @@ std::string FaultOfKind(Kind kind, int ports) {
 }
 
 std::string FaultOfReference(std::complex<double> reference) {
-    if (reference.real() > 0 && std::isfinite(reference.real()) && std::isfinite(reference.imag()))
+    if (reference.real() > 0 && IsFinite(reference))
         return {};
     return fmt::format("expected a reference above 0 ohm, found {}{}", reference.real(),
                        reference.imag() == 0 ? "" : fmt::format("{:+}j", reference.imag()));

@@ -7,6 +7,8 @@
 
 namespace touchstone {
 
+bool IsFinite(std::complex<double> value);
+
 // Multiples of 90 degrees are exact.
 std::complex<double> FromPolar(double magnitude, double degrees);
 double DegreesOf(std::complex<double> value);

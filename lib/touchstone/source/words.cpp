@@ -18,10 +18,6 @@ constexpr std::array kFormats{"RI"sv, "MA"sv, "DB"sv};
 constexpr std::array kMatrixFormats{"Full"sv, "Lower"sv, "Upper"sv};
 constexpr std::array kTwoPortOrders{"21_12"sv, "12_21"sv};
 
-constexpr char LowerLetter(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 template <class Value, std::size_t n>
 std::optional<Value> Find(const std::array<std::string_view, n>& words, std::string_view word) {
     for (std::size_t i = 0; i < n; ++i)

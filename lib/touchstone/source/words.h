@@ -7,6 +7,10 @@
 
 namespace touchstone {
 
+constexpr char LowerLetter(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
 // Whether the words are equal but for the case of ASCII letters.
 bool SameWord(std::string_view a, std::string_view b);
 

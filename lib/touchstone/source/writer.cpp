@@ -12,10 +12,6 @@ namespace {
 
 using Complex = std::complex<double>;
 
-bool IsFinite(Complex value) {
-    return std::isfinite(value.real()) && std::isfinite(value.imag());
-}
-
 [[noreturn]] void Fail(const std::string& text) {
     throw Error(0, text);
 }
@@ -148,10 +144,9 @@ private:
     void OptionLine() {
         Text(fmt::format("# {} {} {} R", Name(m_Layout.unit), static_cast<char>(m_Net.kind),
                          Name(m_Layout.format)));
-        // Of version 2 this one is of the noise data alone.
+        // With noise data that of version 2 is theirs alone.
         if (m_IsVersion2)
-            Reference(m_Net.noise.empty() && m_Net.references.front().imag() == 0 ? m_Net.references.front()
-                                                                                  : m_Net.noiseReference);
+            Reference(m_Net.noise.empty() ? m_Net.references.front().real() : m_Net.noiseReference);
         else
             for (std::size_t i = 0; i < (IsOneReference(m_Net) ? 1 : m_Ports); ++i)
                 Reference(m_Net.references[i]);
@@ -204,11 +199,8 @@ private:
     // In its unit with the very digits it has in Hz.
     void Frequency(double frequency) {
         char text[32];
-        char* const most = std::end(text) - 1;
         const std::to_chars_result end =
-            m_Layout.digits == 0
-                ? std::to_chars(text, most, frequency, std::chars_format::scientific)
-                : std::to_chars(text, most, frequency, std::chars_format::scientific, m_Layout.digits - 1);
+            std::to_chars(text, std::end(text) - 1, std::abs(frequency), std::chars_format::scientific);
         *end.ptr = '\0';
         const std::string_view all(text, static_cast<std::size_t>(end.ptr - text));
         const std::size_t mark = all.find('e');
@@ -239,9 +231,7 @@ private:
         else if (quantity == Quantity::Admittance)
             value *= reference;
         if (!IsFinite(value))
-            Fail(fmt::format(
-                "a value of {} parameters divided by the reference is beyond the range of numbers",
-                static_cast<char>(m_Net.kind)));
+            Fail("expected normalised values within the range of numbers, found one that isn't");
         if (m_Layout.format == Format::RealImaginary) {
             Number(value.real());
             Number(value.imag());
@@ -249,7 +239,7 @@ private:
         }
         const double magnitude = std::abs(value);
         if (!std::isfinite(magnitude))
-            Fail("a magnitude is beyond the range of numbers");
+            Fail("expected magnitudes within the range of numbers, found one that isn't");
         Number(m_Layout.format == Format::DecibelAngle ? DecibelsOf(magnitude) : magnitude);
         Number(DegreesOf(value));
     }
