@@ -60,26 +60,32 @@ void WriteAndRead(const Network& network, const Layout& layout) {
                        }));
 }
 
-void ReadAndWrite(std::string_view text, int ports) {
+// A text that isn't read has no ports.
+File ReadOrFail(std::string_view text, int ports) {
     const auto lines =
         std::count_if(text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }) + 1;
     const auto isLine = [lines](int line) { return line >= 1 && line <= lines; };
     try {
-        const File file = Read(text, ports);
+        File file = Read(text, ports);
         for (const Remark& warning : file.warnings)
             Require(isLine(warning.line) && !warning.text.empty());
-        if (!IsModerate(file.network))
-            return;
-        for (const Version version : {Version::V1_0, Version::V1_1, Version::V2_0})
-            for (const Format format : {Format::RealImaginary, Format::MagnitudeAngle, Format::DecibelAngle})
-                for (const MatrixFormat matrix :
-                     {MatrixFormat::Full, MatrixFormat::Lower, MatrixFormat::Upper})
-                    WriteAndRead(file.network,
-                                 {version, file.layout.unit, format, matrix, file.layout.twoPortOrder, 0});
-        WriteAndRead(file.network, LayoutFor(file.network));
+        return file;
     } catch (const Error& error) {
         Require(isLine(error.Line()) && *error.what() != '\0');
+        return {};
     }
+}
+
+void ReadAndWrite(std::string_view text, int ports) {
+    const File file = ReadOrFail(text, ports);
+    if (file.network.ports == 0 || !IsModerate(file.network))
+        return;
+    for (const Version version : {Version::V1_0, Version::V1_1, Version::V2_0})
+        for (const Format format : {Format::RealImaginary, Format::MagnitudeAngle, Format::DecibelAngle})
+            for (const MatrixFormat matrix : {MatrixFormat::Full, MatrixFormat::Lower, MatrixFormat::Upper})
+                WriteAndRead(file.network,
+                             {version, file.layout.unit, format, matrix, file.layout.twoPortOrder, 0});
+    WriteAndRead(file.network, LayoutFor(file.network));
 }
 
 } // namespace
