@@ -22,3 +22,6 @@ JobState& ProcessJobState();
 // The running job's client. Null too for a job that has been aborted: it may be muted while its thread is still in the
 // kernel, and nothing of it reaches the client from then on.
 IKeldaProgressInterface* LiveProgress();
+
+// The same of the one that knows the components given by network data.
+IKeldaSolutionInterface* LiveSolution();

@@ -12,9 +12,16 @@
 
 namespace {
 
-// Never answers, so that the job's thread is within a callback when the client dies.
+// Never answer, so that the job's thread is within a callback when the client dies.
 struct Silent final : kelda::ProgressInterface {
     HRESULT ProgressUpdate(double) override {
+        for (;;)
+            pause();
+    }
+};
+
+struct SilentData final : kelda::SolutionInterface {
+    HRESULT GetFieldSolverData(BSTR, BSTR, BSTR, BSTR, BSTR, BSTR, BSTR*, std::int32_t*) override {
         for (;;)
             pause();
     }
@@ -27,9 +34,10 @@ int main(int argc, char** argv) {
         return 2;
     auto engine = kelda::ActivateEngine({.server = argv[1], .onLost = {}});
     auto progress = platform::InterfacePtr<Silent>::Adopt(new Silent);
+    auto data = platform::InterfacePtr<SilentData>::Adopt(new SilentData);
     if (argc > 3) {
         std::int32_t job = 0;
-        engine->StartAnalysis(progress.Get(), nullptr, platform::UniqueBstr(AString(argv[3])).Get(),
+        engine->StartAnalysis(progress.Get(), data.Get(), platform::UniqueBstr(AString(argv[3])).Get(),
                               platform::UniqueBstr(AString(argv[2])).Get(), &job);
         engine->SendCosimSourceData(platform::UniqueBstr(u"1 1 2 5 6").Get());
     } else {

@@ -107,9 +107,9 @@ protected:
     void DropEngine() { m_Engine = {}; }
 
     HRESULT Start(IKeldaProgressInterface* progress, const std::string& commands,
-                  std::int32_t* procid = nullptr) {
+                  std::int32_t* procid = nullptr, IKeldaSolutionInterface* solution = nullptr) {
         std::int32_t ignored = 0;
-        return Engine().StartAnalysis(progress, nullptr, UniqueBstr(AString(commands)).Get(),
+        return Engine().StartAnalysis(progress, solution, UniqueBstr(AString(commands)).Get(),
                                       UniqueBstr(AString(m_Folder.string())).Get(),
                                       procid ? procid : &ignored);
     }

@@ -156,7 +156,7 @@ TEST_F(EngineProcessTest, AKilledClientEndsItsEngineInEveryStateOfTheJob) {
     for (std::string commands :
          {"", "touch started; spin", "touch started; await never", "touch started; repeat 1000000000 0.5",
           "touch started; progress 0.5; spin", "source 0 0; flush; touch started; spin",
-          "cosim 2 1 1 1; touch started; source 0 2"}) {
+          "cosim 2 1 1 1; touch started; source 0 2", "touch started; field filter N1 - 9 1e9"}) {
         SCOPED_TRACE(commands);
         std::string program = DOOMED_CLIENT, server = TEST_SERVER, folder = m_Folder.string();
         char* arguments[] = {program.data(), server.data(), folder.data(),

@@ -8,7 +8,20 @@ JobState& ProcessJobState() {
     return state;
 }
 
+namespace {
+
+bool Aborted(const JobState& state) {
+    return state.control && state.control->Aborted();
+}
+
+} // namespace
+
 IKeldaProgressInterface* LiveProgress() {
     const JobState& state = ProcessJobState();
-    return state.control && state.control->Aborted() ? nullptr : state.progress;
+    return Aborted(state) ? nullptr : state.progress;
+}
+
+IKeldaSolutionInterface* LiveSolution() {
+    const JobState& state = ProcessJobState();
+    return Aborted(state) ? nullptr : state.solution;
 }

@@ -1,6 +1,7 @@
 #include <engine/kelda_analysis.h>
 
 #include <engine/cosim_bridge.h>
+#include <engine/field_solver_bridge.h>
 #include <engine/job_messages.h>
 #include <engine/job_state.h>
 #include <engine/message_manager_slot.h>
@@ -47,6 +48,8 @@ CKeldaAnalysis::CKeldaAnalysis(IKeldaProgressInterface* pProgress, IKeldaSolutio
     state.progress = pProgress;
     if (Succeeded(m_Bound) && pProgress)
         RegisterCosimCallBacks(state.kernel.set_cosim_call_back);
+    if (Succeeded(m_Bound) && pSolution)
+        RegisterFieldSolverCallBack(state.kernel.set_cosim_call_back);
     state.solution = pSolution;
     state.control = control;
     if (Succeeded(m_Bound))

@@ -15,6 +15,8 @@
 //   request TEXT    asks the client and sends result, length and answer
 //   cosim N S P DT  runs N steps of DT with S sources and P ports: port p gets the value of source p % S at the end of the step, and
 //                   p less that value; the result is that of the first callback that fails
+//   field D I P N F ...  asks for the network of design D, instance I, with parameters P, room for N numbers, at frequencies F;
+//                   sends result, count and the N numbers, or "untouched"
 
 #include <kernel/ckt_kernel.h>
 
@@ -24,6 +26,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
+#include <iomanip>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -41,6 +44,9 @@ int (*g_Source)(const char* name, double time, double* value, double* slope) = n
 int (*g_Port)(const char* name, double time, double first, double second) = nullptr;
 int (*g_Flush)() = nullptr;
 int (*g_Request)(const char* request, char* buffer, unsigned* length) = nullptr;
+int (*g_FieldSolver)(const char* design, const char* instance, const char* parameters,
+                     const double* frequencies, int count, double* out, int capacity,
+                     int* outCount) = nullptr;
 
 std::string InProject(const std::string& name) {
     return g_Project + "/" + name;
@@ -65,6 +71,26 @@ void AskClient(const std::string& request) {
     text << "request " << result << " " << length << " ";
     for (unsigned i = 0; i < length; ++i)
         text << std::hex << static_cast<int>(static_cast<unsigned char>(answer[i])) << " ";
+    g_Error(text.str().c_str(), 1);
+}
+
+void AskFieldSolver(std::istream& words) {
+    constexpr double kUntouched = -7;
+    std::string design, instance, parameters;
+    int capacity = 0, count = 99;
+    words >> design >> instance >> parameters >> capacity;
+    std::vector<double> frequencies, out(static_cast<std::size_t>(std::max(capacity, 0)), kUntouched);
+    for (std::string frequency; words >> frequency;)
+        frequencies.push_back(std::strtod(frequency.c_str(), nullptr));
+    const int result = g_FieldSolver(design.c_str(), instance.c_str(), parameters.c_str(), frequencies.data(),
+                                     static_cast<int>(frequencies.size()), out.data(), capacity, &count);
+    std::ostringstream text;
+    text << std::setprecision(15) << "field " << result << " " << count;
+    if (std::all_of(out.begin(), out.end(), [](double value) { return value == kUntouched; }))
+        text << " untouched";
+    else
+        for (double value : out)
+            text << " " << value;
     g_Error(text.str().c_str(), 1);
 }
 
@@ -118,6 +144,8 @@ void set_cosim_call_back(const char* name, void* call_back) {
         g_Flush = reinterpret_cast<decltype(g_Flush)>(call_back);
     else if (known == "KPT_COSIM_CALLBACK")
         g_Request = reinterpret_cast<decltype(g_Request)>(call_back);
+    else if (known == "FieldSolver")
+        g_FieldSolver = reinterpret_cast<decltype(g_FieldSolver)>(call_back);
 }
 
 int analyze(const char* utf8_file) {
@@ -176,6 +204,8 @@ int analyze(const char* utf8_file) {
         } else if (verb == "request") {
             std::getline(words >> std::ws, name);
             AskClient(name);
+        } else if (verb == "field") {
+            AskFieldSolver(words);
         } else if (verb == "cosim" && words >> number >> sources >> ports >> value) {
             if (int result = Cosimulate(number, sources, ports, value))
                 return result;
