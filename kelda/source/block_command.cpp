@@ -38,23 +38,25 @@ struct Options {
     bool json = false;
 };
 
-void PutErrors(const BlockFile& file, const std::vector<BlockError>& errors, Output& out) {
-    for (const BlockError& error : errors)
-        out.Write(file.Name() + ":" + std::to_string(error.line) + ": " + error.text + "\n");
+void PutErrors(const BlockFile& file, const std::vector<io::StoredError>& errors, Output& out) {
+    for (const io::StoredError& error : errors)
+        out.Write(file.Name() + ":" + std::to_string(error.line) + ": " + ToUtf8(error.text) + "\n");
 }
 
 int Check(const Options& options) {
     const BlockFile file(options.file);
-    std::vector<BlockError> errors;
+    std::vector<io::StoredError> errors;
     {
         std::vector<io::CBlockItemPtr> items;
         file.Read(items, errors);
     }
     Output out(STDOUT_FILENO);
     if (options.json) {
-        for (const BlockError& error : errors) {
-            const nlohmann::json line = {
-                {"file", file.Name()}, {"line", error.line}, {"block", error.block}, {"text", error.text}};
+        for (const io::StoredError& error : errors) {
+            const nlohmann::json line = {{"file", file.Name()},
+                                         {"line", error.line},
+                                         {"block", ToUtf8(error.block)},
+                                         {"text", ToUtf8(error.text)}};
             out.Write(line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
         }
     } else {
@@ -69,7 +71,7 @@ int Check(const Options& options) {
 // The items of the file. Errors go to standard error; what could be read is used all the same.
 std::vector<io::CBlockItemPtr> ReadItems(const BlockFile& file, int& status) {
     std::vector<io::CBlockItemPtr> items;
-    std::vector<BlockError> errors;
+    std::vector<io::StoredError> errors;
     file.Read(items, errors);
     Output err(STDERR_FILENO);
     PutErrors(file, errors, err);

@@ -1,18 +1,11 @@
 // A file of stored items: text in UTF-8 or binary, told apart by its first byte.
 #pragma once
 
-#include <streamio/block.h>
+#include <streamio/stored_file.h>
 
 #include <string>
 #include <string_view>
 #include <vector>
-
-// An error in a stored file.
-struct BlockError {
-    std::int32_t line;
-    std::string block; // where it stands; empty at the top level
-    std::string text;
-};
 
 class BlockFile {
 public:
@@ -20,7 +13,7 @@ public:
     explicit BlockFile(const std::string& name);
 
     // The items at the top level with the errors at all levels, in the order of their lines.
-    void Read(std::vector<io::CBlockItemPtr>& items, std::vector<BlockError>& errors) const;
+    void Read(std::vector<io::CBlockItemPtr>& items, std::vector<io::StoredError>& errors) const;
 
     const std::string& Name() const { return m_Name; }
     const AString& Text() const { return m_Text; }

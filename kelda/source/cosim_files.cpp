@@ -1,6 +1,6 @@
 #include "cosim_files.h"
 
-#include "read_bytes.h"
+#include <platform/read_bytes.h>
 
 #include <fmt/format.h>
 
@@ -88,7 +88,7 @@ bool ReadCosimShape(std::string_view message, CosimShape& shape) {
 }
 
 SampleFile::SampleFile(const std::string& name) : m_Name(name == "-" ? "standard input" : name) {
-    std::string text = ReadBytes(name);
+    std::string text = platform::ReadBytes(name);
     constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
     std::string_view rest = text;
     Skip(rest, kByteOrderMark);

@@ -1,4 +1,4 @@
-#include "read_bytes.h"
+#include <platform/read_bytes.h>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
+
+namespace platform {
 
 std::string ReadBytes(const std::string& name) {
     const bool standard = name == "-";
@@ -41,3 +43,5 @@ std::string ReadBytes(const std::string& name) {
         throw refuse(error);
     return bytes;
 }
+
+} // namespace platform
