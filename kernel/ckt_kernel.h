@@ -40,7 +40,8 @@ enum {
     CKT_ANALYSIS_FAILED = 6, /* an analysis was started and didn't come to its end */
     CKT_NOT_WRITTEN = 7,     /* a result file can't be written: unwritable directory, full disk */
     CKT_NO_SIMULATOR = 8,    /* ngspice's shared library can't be loaded or isn't complete */
-    CKT_SIMULATOR_ENDED = 9  /* ngspice gave up in the middle of a job */
+    CKT_SIMULATOR_ENDED = 9, /* ngspice gave up in the middle of a job */
+    CKT_NO_DATA = 10         /* there is no data for an N-port */
 };
 
 /* Codes of the error callback. */
@@ -61,6 +62,16 @@ typedef void (*ckt_error_call_back)(const char* text, int code);
 typedef int (*ckt_cosim_source_call_back)(const char* name, double time, double* value, double* slope);
 typedef int (*ckt_cosim_port_call_back)(const char* name, double time, double first, double second);
 typedef int (*ckt_cosim_port_flush_call_back)(void);
+
+/* The named callback "FieldSolver": the scattering matrices of an N-port, every port referred to 50 ohm, at all `frequencies`
+ * [Hz]. `design`, `instance` and `parameters` are what the netlist says. `output` takes for each frequency, in that order, the
+ * frequency itself and the matrix, rows first, each element as its real and its imaginary part; `capacity` is the number of
+ * doubles that it can take. 0: `output_count` doubles are written. 2: `output_count` doubles are needed and nothing is
+ * written; the callback is asked once more with as many. Any other result is a failure, which ends the job: 1 no data, 3 a
+ * reply that can't be read, 4 no data for one of the frequencies, 5 no frequencies, else the client's own. */
+typedef int (*ckt_field_solver_call_back)(const char* design, const char* instance, const char* parameters,
+                                          const double* frequencies, int frequency_count, double* output,
+                                          int capacity, int* output_count);
 
 /* Where result files go. Null or empty: the folder of the netlist. A relative path counts from the process's working
  * directory. The directory has to exist. */
@@ -89,6 +100,12 @@ CKT_KERNEL_ENTRY void set_cosim_call_back(const char* name, void* call_back);
  * step that the simulator takes again goes back within itself). At the end of every step, the last one being cut short by
  * the end of the .tran, all ports are handed in and the step is flushed. All other analyses have the sources' own values and
  * ask nobody. Before the first question comes the information "co-simulation: N steps of STEP s to END s, M sources, K ports".
+ *
+ * N-ports, components that only data over frequency describes, likewise:
+ *   *% nport N1 a 0 b 0 design=bandpass params="w=0.3m"    pairs of nodes, one pair a port; "params" may be left out
+ * Their data comes from "FieldSolver", which is asked once for each of them: at 0 Hz, and at all frequencies of all .ac. The real
+ * matrix at 0 Hz counts in the operating point, in .dc and .tf; .ac has the N-ports exactly. All other analyses of such a circuit
+ * fail. Lines stand outside .subckt and .if.
  *
  * Written, where NAME is the netlist's file name without its extension and N numbers the analyses of one kind from
  * the second on (NAME.tran.csv, NAME.tran2.csv):

@@ -9,53 +9,10 @@
 #include <charconv>
 #include <fmt/format.h>
 #include <map>
-#include <set>
 
 namespace ckt {
 
 namespace {
-
-constexpr std::string_view branch = "#branch"; // the end of a current's name
-
-// "v(out)", "v(a,b)" or "i(vsense)".
-std::optional<CosimProbe> parse_probe(std::string_view text) {
-    if (text.size() < 4 || text[1] != '(' || text.back() != ')' || (text[0] != 'v' && text[0] != 'i'))
-        return std::nullopt;
-    CosimProbe probe{std::string(text), "", ""};
-    const std::string_view inner = text.substr(2, text.size() - 3);
-    const auto names = tokens(inner);
-    const auto commas = std::count(inner.begin(), inner.end(), ',');
-    const auto node = [](std::string_view name) {
-        return name == "0" || name == "gnd" ? std::string() : std::string(name);
-    };
-    if (inner.find_first_of("()=") != inner.npos || names.size() != static_cast<std::size_t>(commas) + 1)
-        return std::nullopt;
-    if (text[0] == 'v' && names.size() <= 2) {
-        probe.plus = node(names[0]);
-        probe.minus = names.size() == 2 ? node(names[1]) : std::string();
-        return probe;
-    }
-    if (text[0] == 'i' && names.size() == 1) {
-        probe.plus = std::string(names[0]).append(branch);
-        return probe;
-    }
-    return std::nullopt;
-}
-
-// The words of a line, where blanks within parentheses and in front of them don't divide.
-std::vector<std::string> spaced_words(std::string_view text) {
-    std::vector<std::string> result;
-    int depth = 0;
-    for (std::string_view word : words(text)) {
-        if (!result.empty() && (depth > 0 || word.front() == '('))
-            result.back() += word;
-        else
-            result.emplace_back(word);
-        for (const char c : word)
-            depth += (c == '(') - (c == ')');
-    }
-    return result;
-}
 
 class PlanReader {
 public:
@@ -241,29 +198,13 @@ private:
 
 } // namespace
 
-std::vector<std::string> CosimPlan::not_saved(const std::vector<Card>& saves) const {
-    std::set<std::string> saved;
-    for (const Card& card : saves)
-        for (const std::string& word : spaced_words(card.text)) {
-            if (word == "all")
-                return {};
-            const auto probe = parse_probe(word);
-            saved.insert(probe ? probe->plus : word);
-            if (probe)
-                saved.insert(probe->minus);
-        }
-    std::vector<std::string> missing;
-    if (saves.empty())
-        return missing;
+std::vector<std::string> CosimPlan::vectors() const {
+    std::vector<std::string> names;
     for (const CosimPort& port : ports)
         for (const auto& value : port.values)
             if (value)
-                for (const std::string& name : {value->plus, value->minus})
-                    if (!name.empty() && saved.insert(name).second)
-                        missing.push_back(name.ends_with(branch)
-                                              ? "i(" + name.substr(0, name.size() - branch.size()) + ')'
-                                              : "v(" + name + ')');
-    return missing;
+                names.insert(names.end(), {value->plus, value->minus});
+    return names;
 }
 
 std::optional<CosimPlan> read_cosim_plan(Netlist& netlist, Messages& messages) {

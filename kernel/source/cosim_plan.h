@@ -9,6 +9,7 @@
 
 #include "messages.h"
 #include "netlist.h"
+#include "saves.h"
 
 #include <array>
 #include <optional>
@@ -16,13 +17,6 @@
 #include <vector>
 
 namespace ckt {
-
-// A voltage between two nodes or a current, as names of the simulator's vectors. Ground has an empty name.
-struct CosimProbe {
-    std::string text;  // as the netlist has it, in lower case: "v(a,b)"
-    std::string plus;  // "a", "vsense#branch"
-    std::string minus; // "b"
-};
 
 struct CosimSource {
     std::string name;      // of the driven device
@@ -32,7 +26,7 @@ struct CosimSource {
 
 struct CosimPort {
     std::string place;
-    std::array<std::optional<CosimProbe>, 2> values; // the first one is always there
+    std::array<std::optional<Probe>, 2> values; // the first one is always there
 };
 
 struct CosimPlan {
@@ -42,8 +36,8 @@ struct CosimPlan {
     std::vector<CosimSource> sources;
     std::vector<CosimPort> ports;
 
-    // The vectors that the ports read and that a list of ".save" cards leaves out, as "v(out)" and "i(vsense)".
-    std::vector<std::string> not_saved(const std::vector<Card>& saves) const;
+    // The simulator's names for what the ports read.
+    std::vector<std::string> vectors() const;
 };
 
 // Nothing if the netlist has no such lines. Tells every error and throws JobError with CKT_BAD_NETLIST if

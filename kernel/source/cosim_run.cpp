@@ -50,7 +50,7 @@ void CosimRun::locate(const vecinfoall& plot) {
     m_time = index_of("time");
     for (std::size_t i = 0; i < m_ports.size(); ++i) {
         const CosimPort& port = m_plan.ports[i];
-        const auto place = [&](Value& value, const std::optional<CosimProbe>& probe) {
+        const auto place = [&](Value& value, const std::optional<Probe>& probe) {
             if (!probe)
                 return;
             for (const auto& [name, index] :

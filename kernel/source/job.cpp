@@ -5,6 +5,7 @@
 #include "job_error.h"
 #include "netlist_reader.h"
 #include "netlist_rules.h"
+#include "nport_run.h"
 #include "results.h"
 #include "simulator.h"
 #include "simulator_text.h"
@@ -22,6 +23,7 @@
 #include <map>
 #include <new>
 #include <optional>
+#include <utility>
 
 namespace ckt {
 
@@ -54,7 +56,12 @@ class Job final : Simulator::Listener {
 public:
     Job(const JobRequest& request, const Progress::Sink& progress, Messages& messages)
         : m_messages(messages), m_progress(progress), m_netlist(read(request.netlist)),
-          m_text(m_netlist, m_messages), m_cosim(read_cosim_plan(m_netlist, m_messages)),
+          m_text(m_netlist, m_messages),
+          m_cosim(read_cosim_plan(m_netlist, m_messages)), m_nports{.nports =
+                                                                        read_nports(m_netlist, m_messages),
+                                                                    .data = {},
+                                                                    .frequencies = {},
+                                                                    .sources = {}},
           m_call_backs(request.call_backs),
           m_results(request.netlist, request.project, m_netlist.files, m_messages), m_simulator(*this) {
         m_simulator.set_input_folder(std::filesystem::absolute(request.netlist).parent_path().string());
@@ -66,6 +73,10 @@ public:
             check(analysis);
         if (m_cosim)
             check_cosim();
+        if (has_nports() && std::any_of(m_analyses.begin(), m_analyses.end(), [](const Analysis& analysis) {
+                return allows_nports(analysis.kind);
+            }))
+            load_nports();
         m_progress.begin_job(static_cast<int>(m_analyses.size()));
         int code = CKT_GOOD;
         for (const Analysis& analysis : m_analyses) {
@@ -95,6 +106,15 @@ private:
         return netlist;
     }
 
+    bool has_nports() const { return !m_nports.nports.empty(); }
+    bool sweeps_ports(const Analysis& analysis) const { return has_nports() && analysis.kind == "ac"; }
+
+    // Lines at the end of the netlist.
+    void append(std::vector<NetlistLine> lines) {
+        m_netlist.lines.insert(m_netlist.lines.end() - 1, std::make_move_iterator(lines.begin()),
+                               std::make_move_iterator(lines.end()));
+    }
+
     // The simulator's S analysis wants two ports at least. A single one gets a second on a node of its own, which
     // changes nothing at the first.
     void add_second_port() {
@@ -110,10 +130,9 @@ private:
                         [](const Card& card) { return card.text.starts_with(".sp ") || card.text == ".sp"; });
         if (!wanted || ports != 1)
             return;
-        const NetlistLine end = m_netlist.lines.back();
-        m_netlist.lines.back().text = fmt::format("v{0} {0} 0 dc 0 portnum 2 z0 50", second_port);
-        m_netlist.lines.push_back({fmt::format("r{0} {0} 0 50", second_port), end.file, end.line});
-        m_netlist.lines.push_back(end);
+        const NetlistLine& end = m_netlist.lines.back();
+        append({{fmt::format("v{0} {0} 0 dc 0 portnum 2 z0 50", second_port), end.file, end.line},
+                {fmt::format("r{0} {0} 0 50", second_port), end.file, end.line}});
         m_has_second_port = true;
     }
 
@@ -127,11 +146,17 @@ private:
 
     void load() {
         add_second_port();
+        if (has_nports())
+            take_out_measures();
+        const std::size_t own_lines = m_netlist.lines.size();
+        for (const Nport& nport : m_nports.nports)
+            append(nport_lines(nport, {}));
         m_only_driven =
             m_cosim && std::all_of(m_netlist.analyses.begin(), m_netlist.analyses.end(),
                                    [](const Card& card) { return card.text.starts_with(".tran "); });
         load_lines(m_only_driven ? driven_lines(m_netlist, *m_cosim) : m_netlist.lines);
         m_text.flush();
+        m_nport_lines = m_netlist.lines.size() - own_lines;
         if (!m_gave_up && !m_simulator.ended())
             find_expanded_lines();
         if (m_gave_up || m_simulator.ended() || !m_loaded)
@@ -164,7 +189,11 @@ private:
                 const std::string keyword = lower(words(line).front());
                 if (is_analysis(keyword))
                     add_analysis(keyword, std::string(line), used[keyword]++);
-            } else if (line.find("portnum") != line.npos) {
+                continue;
+            }
+            if ((line.front() == 'v' || line.front() == 'i') && has_nports())
+                add_source(line);
+            if (line.find("portnum") != line.npos) {
                 if (line.find(second_port) == line.npos)
                     add_port(line);
             } else if (line.starts_with("bpa_")) {
@@ -183,6 +212,87 @@ private:
             if (words(card.text).front() == keyword && nth-- == 0)
                 place = m_netlist.where(card.file, card.line);
         m_analyses.push_back({keyword.substr(1), line.substr(1), place});
+    }
+
+    void add_source(std::string_view line) {
+        const auto parts = tokens(line);
+        if (std::find(parts.begin(), parts.end(), "ac") != parts.end())
+            m_nports.sources.emplace_back(parts.front());
+    }
+
+    // The simulator evaluates them at the end of each sweep, of which none is that of the circuit with its N-ports.
+    void take_out_measures() {
+        for (std::size_t i = 1, end = i; i < m_netlist.lines.size(); i = end) {
+            end = m_netlist.card_end(i);
+            const std::string text = m_netlist.card_text(i);
+            const auto parts = words(text);
+            if (parts.size() < 2 || !parts[0].starts_with(".meas") || parts[1] != "ac")
+                continue;
+            if (text.find_first_of("{}';`<>|&!\\$\"~?") != text.npos)
+                m_messages.warning(
+                    fmt::format("{}: \"{}\" isn't evaluated in a circuit with N-ports: it holds "
+                                "more than names and numbers",
+                                m_netlist.where(i), text));
+            else
+                m_measures.push_back("meas" + text.substr(parts[0].size()));
+            const auto begin = m_netlist.lines.begin();
+            m_netlist.lines.erase(begin + static_cast<std::ptrdiff_t>(i),
+                                  begin + static_cast<std::ptrdiff_t>(end));
+            end = i;
+        }
+    }
+
+    // The frequencies of a .ac are the simulator's own, to the last bit: a small circuit tells them.
+    void find_frequencies() {
+        std::string lines[] = {"frequencies", "r1 1 0 1", "v1 1 0 ac 1", ".end"};
+        std::vector<char*> circuit;
+        for (std::string& line : lines)
+            circuit.push_back(line.data());
+        m_simulator.load(std::move(circuit));
+        std::vector<double>& all = m_nports.frequencies;
+        for (const Analysis& analysis : m_analyses) {
+            if (analysis.kind != "ac")
+                continue;
+            m_simulator.command(analysis.command);
+            for (const std::string& plot : m_simulator.plots()) {
+                const vector_info scale = m_simulator.vector(plot + ".frequency");
+                for (int i = 0; i < scale.v_length && scale.v_compdata; ++i)
+                    all.push_back(scale.v_compdata[i].cx_real);
+            }
+            m_simulator.command("destroy all");
+        }
+        std::sort(all.begin(), all.end());
+        all.erase(std::unique(all.begin(), all.end()), all.end());
+        m_simulator.command("remcirc");
+    }
+
+    // Asks for the N-ports' data, and loads the circuit anew with what stands for them at the operating point.
+    void load_nports() {
+        const auto place = [&](const Nport& nport) { return m_netlist.where(nport.file, nport.line); };
+        const auto client = m_call_backs.find("FieldSolver");
+        if (client == m_call_backs.end()) {
+            const Nport& first = m_nports.nports.front();
+            throw JobError(
+                CKT_NO_DATA,
+                fmt::format("{}: the data of the N-port \"{}\" (design \"{}\") comes from a client, and "
+                            "there is none here that has data (no \"FieldSolver\")",
+                            place(first), first.name, first.design));
+        }
+        m_text.begin_capture();
+        find_frequencies();
+        m_simulator.command("remcirc");
+        m_text.end_capture();
+
+        const auto ask = reinterpret_cast<ckt_field_solver_call_back>(client->second);
+        const auto lines_end = m_netlist.lines.end() - 1;
+        m_netlist.lines.erase(lines_end - static_cast<std::ptrdiff_t>(m_nport_lines), lines_end);
+        for (const Nport& nport : m_nports.nports) {
+            m_nports.data.emplace_back(nport, place(nport), m_nports.frequencies, ask, m_messages);
+            append(nport_lines(nport, m_nports.data.back().at_operating_point()));
+        }
+        m_text.begin_capture(); // what is to say of it was said
+        load_lines(m_netlist.lines);
+        m_text.end_capture();
     }
 
     void add_port(std::string_view line) {
@@ -300,10 +410,17 @@ private:
     int run(const Analysis& analysis) {
         m_messages.begin_section();
         m_text.begin_analysis(analysis.place);
-        m_progress.begin_analysis(analysis);
+        m_progress.begin_analysis(analysis, sweeps_ports(analysis) ? m_nports.ports() + 1 : 1);
         m_headers.clear();
         int code = CKT_GOOD;
-        if (m_cosim && analysis.kind == "tran") {
+        if (has_nports() && !allows_nports(analysis.kind)) {
+            const Nport& first = m_nports.nports.front();
+            tell_failure(analysis,
+                         fmt::format("the N-port \"{}\" at {} has data over frequency only, and can be in "
+                                     ".ac, .op, .dc and .tf",
+                                     first.name, m_netlist.where(first.file, first.line)));
+            code = CKT_ANALYSIS_FAILED;
+        } else if (m_cosim && analysis.kind == "tran") {
             const DrivenTran tran = driven_tran(analysis);
             try {
                 begin_cosim(tran);
@@ -328,28 +445,81 @@ private:
                 save(card);
             for (const std::string& node : m_measured)
                 m_simulator.command("save v(" + node + ')');
+            m_of_ports.clear();
             if (m_cosim_run)
-                m_of_ports = m_cosim->not_saved(m_netlist.saves);
+                m_of_ports = not_saved(m_netlist.saves, m_cosim->vectors());
+            else if (sweeps_ports(analysis))
+                m_of_ports = not_saved(m_netlist.saves, m_nports.vectors());
             for (const std::string& vector : m_of_ports)
                 m_simulator.command("save " + vector);
         }
-        m_simulator.command("set sim_status=77");
-        m_simulator.command(command);
+        int code = sweep(command);
         const std::string fault = m_cosim_run ? m_cosim_run->fault() : std::string();
         if (m_stopped)
             m_text.end_capture();
         m_stopped = false;
-        int code = m_gave_up || !fault.empty() ? static_cast<int>(CKT_ANALYSIS_FAILED) : status();
-        m_text.flush();
+        if (!fault.empty())
+            code = CKT_ANALYSIS_FAILED;
         if (code != CKT_GOOD) {
             tell_failure(analysis, fault.empty() ? m_text.reason() : fault);
-        } else if (!write(analysis, start)) {
-            m_messages.error(
-                fmt::format("{}: the analysis \".{}\" gave no points", analysis.place, analysis.command));
-            code = CKT_ANALYSIS_FAILED;
+        } else {
+            std::vector<ResultPlot> plots = collect();
+            if (sweeps_ports(analysis))
+                code = put_in_nports(analysis, plots);
+            if (code == CKT_GOOD && !write(analysis, plots, start)) {
+                m_messages.error(
+                    fmt::format("{}: the analysis \".{}\" gave no points", analysis.place, analysis.command));
+                code = CKT_ANALYSIS_FAILED;
+            }
         }
         m_simulator.command("destroy all");
         return code;
+    }
+
+    // Has the simulator run a command of analysis.
+    int sweep(const std::string& command) {
+        m_simulator.command("set sim_status=77");
+        m_simulator.command(command);
+        const int code = m_gave_up ? static_cast<int>(CKT_ANALYSIS_FAILED) : status();
+        m_text.flush();
+        return code;
+    }
+
+    // One of the sweeps that follow the first one of a .ac with N-ports.
+    ResultPlot sweep_port(const Analysis& analysis) {
+        m_progress.begin_sweep();
+        const auto headers = std::exchange(m_headers, {});
+        const int code = sweep(analysis.command);
+        std::string id;
+        for (const auto& [name, header] : std::exchange(m_headers, headers))
+            if (name.starts_with("ac"))
+                id = name;
+        if (code != CKT_GOOD || id.empty())
+            throw JobError(CKT_ANALYSIS_FAILED, m_text.reason());
+        return collect_plot(m_simulator, id);
+    }
+
+    int put_in_nports(const Analysis& analysis, std::vector<ResultPlot>& plots) {
+        const auto plot = std::find_if(plots.begin(), plots.end(), [](const ResultPlot& candidate) {
+            return candidate.id.starts_with("ac");
+        });
+        if (plot == plots.end())
+            return CKT_GOOD;
+        try {
+            const auto left_out =
+                ckt::put_in_nports(m_nports, m_simulator, *plot, [&] { return sweep_port(analysis); });
+            if (!left_out.empty())
+                m_messages.warning(fmt::format("{}: left out, for with N-ports they aren't known: {}",
+                                               analysis.place, fmt::join(left_out, ", ")));
+        } catch (const JobError& error) {
+            tell_failure(analysis, error.what());
+            return error.code();
+        }
+        m_simulator.command("setplot " + plot->id);
+        for (const std::string& measure : m_measures)
+            m_simulator.command(measure);
+        m_text.flush();
+        return CKT_GOOD;
     }
 
     // 0 good, 1 aborted, the value set before if the analysis was never started.
@@ -373,14 +543,14 @@ private:
         if (m_has_second_port &&
             ((of_matrix && !name.ends_with("_1_1")) || name.find(second_port) != name.npos))
             return true;
-        if (std::find(m_of_ports.begin(), m_of_ports.end(), name) != m_of_ports.end())
+        if (m_nports.owns(name) || std::find(m_of_ports.begin(), m_of_ports.end(), name) != m_of_ports.end())
             return true;
         return std::any_of(m_measured.begin(), m_measured.end(),
                            [&](const std::string& node) { return name == "v(" + node + ')'; });
     }
 
-    // Writes what there is from `start` [s] on. False if the analysis has no results.
-    bool write(const Analysis& analysis, double start) {
+    // The plots of the analysis that has run.
+    std::vector<ResultPlot> collect() const {
         std::vector<ResultPlot> plots;
         std::vector<std::string> ids = m_simulator.plots();
         std::reverse(ids.begin(), ids.end());
@@ -388,16 +558,22 @@ private:
             const auto header = m_headers.find(id);
             if (header == m_headers.end())
                 continue;
-            ResultPlot plot = collect_plot(m_simulator, id);
+            plots.push_back(collect_plot(m_simulator, id));
+            plots.back().title = header->second.title;
+            plots.back().date = header->second.date;
+            plots.back().name = header->second.name;
+        }
+        return plots;
+    }
+
+    // Writes what there is from `start` [s] on. False if the analysis has no results.
+    bool write(const Analysis& analysis, std::vector<ResultPlot>& plots, double start) {
+        for (ResultPlot& plot : plots) {
             std::erase_if(plot.vectors, [&](const ResultVector& vector) { return is_aid(vector.name); });
             if (start > 0)
                 drop_points_before(plot, start);
-            plot.title = header->second.title;
-            plot.date = header->second.date;
-            plot.name = header->second.name;
-            if (!plot.vectors.empty())
-                plots.push_back(std::move(plot));
         }
+        std::erase_if(plots, [](const ResultPlot& plot) { return plot.vectors.empty(); });
         m_results.add(analysis, plots, analysis.kind == "sp" ? m_ports : std::vector<Port>());
         return !plots.empty();
     }
@@ -441,6 +617,9 @@ private:
     Netlist m_netlist;
     SimulatorText m_text;
     const std::optional<CosimPlan> m_cosim;
+    NportCircuit m_nports;
+    std::size_t m_nport_lines = 0;       // at the netlist's end, in front of ".end"
+    std::vector<std::string> m_measures; // of .ac, as commands, where there are N-ports
     const std::map<std::string, void*>& m_call_backs;
     std::optional<CosimRun> m_cosim_run; // while its analysis runs
     Results m_results;
@@ -448,7 +627,7 @@ private:
     std::vector<Port> m_ports;
     std::vector<std::string> m_measured;         // nodes
     std::map<std::string, PlotHeader> m_headers; // of the running analysis, by the plot's id
-    std::vector<std::string> m_of_ports; // vectors that are kept for the ports of a co-simulation only
+    std::vector<std::string> m_of_ports; // vectors that are kept for the ports of the running analysis only
     bool m_has_second_port = false;
     bool m_only_driven = false; // every analysis is the co-simulated one
     bool m_stopped = false;     // the running analysis was told to stop

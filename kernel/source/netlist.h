@@ -31,6 +31,7 @@ public:
     std::vector<Card> analyses;     // in the order of the lines
     std::vector<Card> saves;        // the ".save" cards, which are taken out of `lines`
     std::vector<Card> cosim;        // the "*% cosim" lines, from "cosim" on; none of them is in `lines`
+    std::vector<Card> nports;       // the "*% nport" lines, likewise, but as written
 
     // "FILE:LINE", of a line given by its index or of a place in a file.
     std::string where(std::size_t index) const;

@@ -162,6 +162,7 @@ private:
     std::unordered_map<std::string, std::unique_ptr<Source>>
         m_sources; // by path; sections are asked for many times
     std::size_t m_bytes = 0;
+    int m_open_blocks = 0;       // of .subckt and .if
     bool m_can_continue = false; // a line that "+" may continue has just been read
 
     [[noreturn]] void fail(const Cursor& cursor, const std::string& why) const {
@@ -260,6 +261,8 @@ private:
                 if (within == Within::netlist)
                     m_messages.warning(place(cursor) + ".endl without a .lib is skipped");
             } else {
+                m_open_blocks +=
+                    (keyword == ".subckt" || keyword == ".if") - (keyword == ".ends" || keyword == ".endif");
                 m_netlist.lines.push_back({std::move(line), cursor.source.file, cursor.line});
                 m_can_continue = true;
             }
@@ -273,16 +276,26 @@ private:
     // A line that a plain SPICE reader takes for a comment. Any other comment may begin like one, so that an unknown word is
     // no error.
     void extension(const Cursor& cursor, std::string_view text) {
-        const std::string card = lower(trim(without_comment(cleaned(text))));
+        const std::string clean = cleaned(text);
+        const std::string card(trim(without_comment(clean)));
         const auto parts = words(card);
         if (parts.empty())
             return;
-        if (parts.front() == "cosim")
-            m_netlist.cosim.push_back({cursor.source.file, cursor.line, card});
-        else
-            m_messages.warning(
-                fmt::format("{}the line \"*% {}\" is skipped: \"{}\" isn't known here, \"cosim\" is",
-                            place(cursor), card, parts.front()));
+        const std::string keyword = lower(parts.front());
+        if (keyword == "cosim") {
+            m_netlist.cosim.push_back({cursor.source.file, cursor.line, lower(card)});
+        } else if (keyword == "nport") {
+            if (m_open_blocks > 0)
+                fail(cursor,
+                     fmt::format("\"{}\" stands within .subckt or .if, where an N-port can't be; it is "
+                                 "expected outside",
+                                 card));
+            m_netlist.nports.push_back({cursor.source.file, cursor.line, card});
+        } else {
+            m_messages.warning(fmt::format(
+                "{}the line \"*% {}\" is skipped: \"{}\" isn't known here, \"cosim\" and \"nport\" are",
+                place(cursor), lower(card), keyword));
+        }
     }
 
     // What follows a keyword, as one path: quoted text, else all up to a comment.

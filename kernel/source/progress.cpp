@@ -16,7 +16,9 @@ void Progress::begin_job(int analyses) {
     report(0);
 }
 
-void Progress::begin_analysis(const Analysis& analysis) {
+void Progress::begin_analysis(const Analysis& analysis, std::size_t sweeps) {
+    m_sweeps = static_cast<double>(sweeps);
+    m_sweep = 0;
     m_range = AnalysisRange(analysis);
     m_next = HUGE_VAL;
 }
@@ -28,8 +30,8 @@ void Progress::plot_begins(const vecinfoall& plot) {
 
 void Progress::advance(double position) {
     const double share = m_range.share(position);
-    report((m_done + share) / m_analyses);
-    m_next = share < 1 ? m_range.position_of(share + m_analyses / steps) : HUGE_VAL;
+    report((m_done + (m_sweep + share) / m_sweeps) / m_analyses);
+    m_next = share < 1 ? m_range.position_of(share + m_analyses * m_sweeps / steps) : HUGE_VAL;
 }
 
 void Progress::end_analysis() {

@@ -3,6 +3,7 @@
 
 #include "analysis.h"
 
+#include <cstddef>
 #include <functional>
 
 namespace ckt {
@@ -14,7 +15,9 @@ public:
     explicit Progress(Sink sink) : m_sink(std::move(sink)) {}
 
     void begin_job(int analyses);
-    void begin_analysis(const Analysis& analysis);
+    // An analysis of several sweeps begins the later ones one by one.
+    void begin_analysis(const Analysis& analysis, std::size_t sweeps = 1);
+    void begin_sweep() { ++m_sweep; }
     void end_analysis();
 
     void plot_begins(const vecinfoall& plot);
@@ -34,6 +37,8 @@ private:
     AnalysisRange m_range;
     int m_analyses = 1;
     int m_done = 0;
+    double m_sweeps = 1;
+    double m_sweep = 0; // the running one, from 0
     double m_next = 0;
     double m_reported = -1;
 };

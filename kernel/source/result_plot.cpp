@@ -82,6 +82,7 @@ const ResultVector* ResultPlot::find(std::string_view vector) const {
 
 ResultPlot collect_plot(const Simulator& simulator, const std::string& id) {
     ResultPlot plot;
+    plot.id = id;
     std::vector<std::string> names = simulator.vectors(id);
     std::reverse(names.begin(), names.end());
     for (const std::string& name : names) {

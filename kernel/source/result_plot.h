@@ -15,7 +15,7 @@ struct ResultVector {
     std::string_view type; // "voltage": the raw file's word for the quantity
     std::string_view unit; // "V"; empty for a bare number
     const double* real;    // one of the two is null
-    const ngcomplex_t* complex;
+    ngcomplex_t* complex;
     std::size_t length; // above 0
 
     // The value at a point; a vector shorter than its plot repeats its last one.
@@ -26,6 +26,7 @@ struct ResultVector {
 };
 
 struct ResultPlot {
+    std::string id;    // the simulator's name for it
     std::string title; // the netlist's
     std::string date;
     std::string name;                  // "Transient Analysis"

@@ -56,6 +56,20 @@ std::vector<std::string_view> words(std::string_view text) {
     return split(text, " \t\r");
 }
 
+std::vector<std::string> spaced_words(std::string_view text) {
+    std::vector<std::string> result;
+    int depth = 0;
+    for (std::string_view word : words(text)) {
+        if (!result.empty() && (depth > 0 || word.front() == '('))
+            result.back() += word;
+        else
+            result.emplace_back(word);
+        for (const char c : word)
+            depth += (c == '(') - (c == ')');
+    }
+    return result;
+}
+
 std::optional<double> spice_number(std::string_view text) {
     if (!text.empty() && text.front() == '+')
         text.remove_prefix(1);

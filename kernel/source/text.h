@@ -19,6 +19,9 @@ std::vector<std::string_view> tokens(std::string_view text);
 // Splits at blanks and tabs only.
 std::vector<std::string_view> words(std::string_view text);
 
+// The same, where blanks within parentheses and in front of them don't divide.
+std::vector<std::string> spaced_words(std::string_view text);
+
 // A number as SPICE writes it: "10k", "1meg", "0.5u", "1e-3", "100nF". Nothing if `text` doesn't begin with a
 // number.
 std::optional<double> spice_number(std::string_view text);
