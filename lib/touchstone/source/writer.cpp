@@ -84,8 +84,12 @@ public:
         OptionLine();
         if (m_IsVersion2)
             Keywords();
-        for (std::size_t i = 0; i < m_Net.frequencies.size(); ++i)
+        for (std::size_t i = 0; i < m_Net.frequencies.size(); ++i) {
+            const std::size_t before = m_Text.size();
             Matrix(i);
+            if (i == 0) // the others are about as long
+                m_Text.reserve(before + (m_Text.size() - before) * (m_Net.frequencies.size() + 2));
+        }
         if (m_IsVersion2 && !m_Net.noise.empty())
             Text("[Noise Data]\n");
         for (const NoiseParameters& noise : m_Net.noise)
