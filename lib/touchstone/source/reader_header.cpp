@@ -170,7 +170,7 @@ Reader::Keyword Reader::ReadKeyword() {
     if (m_Pos == m_End || *m_Pos != ']')
         Fail("expected a keyword in brackets, found " + Quoted(shown));
     ++m_Pos;
-    const Keyword keyword{KeywordName(shown.substr(1)), m_Line};
+    Keyword keyword{KeywordName(shown.substr(1)), m_Line};
     const std::string quoted = Quoted(std::string(shown) + ']');
     if (std::find(std::begin(kKeywords), std::end(kKeywords), keyword.name) == std::end(kKeywords))
         Fail("expected a keyword of the format, found " + quoted);
@@ -312,8 +312,8 @@ int Reader::PortsOfLines() {
     }
     m_Pos = pos;
     m_Line = line;
-    const double pairs = static_cast<double>(count / 2);
-    const std::size_t ports = static_cast<std::size_t>(std::llround(std::sqrt(pairs)));
+    const double pairs = static_cast<double>(count) / 2;
+    const std::size_t ports = static_cast<std::size_t>(std::sqrt(pairs));
     if (ports == 0 || count != 1 + 2 * ports * ports)
         Fail(fmt::format(
             "expected 1 + 2 n^2 numbers at the first frequency, since the file's name doesn't say its "

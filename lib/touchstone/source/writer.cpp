@@ -211,20 +211,21 @@ private:
         const int exponent = frequency == 0 ? 0 : std::atoi(text + mark + 1) - ExponentOf(m_Layout.unit);
         std::string digits(all.substr(0, mark));
         std::erase(digits, '.');
-        digits.erase(std::max<std::size_t>(1, digits.find_last_not_of('0') + 1));
-        constexpr int kMostZeros = 5;
-        const int count = static_cast<int>(digits.size());
-        if (exponent < -kMostZeros || exponent > 17) {
-            if (count > 1)
+        constexpr std::string_view kZeros = "0.00000";
+        if (exponent < 2 - static_cast<int>(kZeros.size()) || exponent > 17) {
+            if (digits.size() > 1)
                 digits.insert(1, 1, '.');
-            m_Text += fmt::format("{}e{}", digits, exponent);
+            digits += fmt::format("e{}", exponent);
         } else if (exponent < 0) {
-            m_Text += "0." + std::string(static_cast<std::size_t>(-exponent - 1), '0') + digits;
-        } else if (exponent + 1 >= count) {
-            m_Text += digits + std::string(static_cast<std::size_t>(exponent + 1 - count), '0');
+            digits.insert(0, kZeros.substr(0, static_cast<std::size_t>(1 - exponent)));
         } else {
-            m_Text += digits.insert(static_cast<std::size_t>(exponent + 1), 1, '.');
+            const std::size_t whole = static_cast<std::size_t>(exponent) + 1;
+            if (whole >= digits.size())
+                digits.append(whole - digits.size(), '0');
+            else
+                digits.insert(whole, 1, '.');
         }
+        m_Text += digits;
     }
 
     void Value(Complex value, int row, int column) {
