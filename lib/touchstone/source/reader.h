@@ -41,7 +41,7 @@ private:
     void ExpectLineEnd();
 
     void SettlePorts();
-    int PortsOfLines();
+    std::size_t NumbersOfFrequency();
     void SettleReferences();
 
     // To the next number; false where the data end, before a keyword or at the text's end.

@@ -61,6 +61,12 @@ const char* ParsePart(const char* begin, const char* end, double& value) {
     return result.ec == std::errc{} ? result.ptr : nullptr;
 }
 
+// Of a matrix with a frequency in front; 0 if it can't be.
+int PortsOfCount(std::size_t numbers) {
+    const std::size_t ports = static_cast<std::size_t>(std::sqrt(static_cast<double>(numbers) / 2));
+    return numbers == 1 + 2 * ports * ports ? static_cast<int>(ports) : 0;
+}
+
 } // namespace
 
 void Reader::ReadHeader() {
@@ -122,10 +128,10 @@ void Reader::ReadOptionLine() {
             once(hasFormat, "format", word);
             m_Layout.format = *format;
         } else {
-            Fail("expected on the option line a unit (Hz, kHz, MHz, GHz, THz), a kind of parameters (S, Y, "
-                 "Z, G, H), "
-                 "a format (RI, MA, DB) or R and references, found " +
-                 Quoted(word));
+            Fail(
+                "expected on the option line a unit (Hz, kHz, MHz, GHz, THz), S, Y, Z, G or H, a format (RI, "
+                "MA, DB) or R and references, found " +
+                Quoted(word));
         }
         word = Word();
     }
@@ -280,14 +286,25 @@ void Reader::ExpectLineEnd() {
 }
 
 void Reader::SettlePorts() {
+    const auto warnOfName = [this](int line, std::string_view what, int ports, std::string_view holds) {
+        if (ports != 0 && m_PortsByName > 0 && m_PortsByName != ports)
+            Warn(line, fmt::format("the file's name says {} ports, {} {}: {} holds", m_PortsByName, what,
+                                   ports, holds));
+    };
     if (!IsVersion2()) {
-        m_Net.ports = m_PortsByName > 0 ? m_PortsByName : PortsOfLines();
+        const std::size_t count = NumbersOfFrequency();
+        const int ports = PortsOfCount(count);
+        warnOfName(m_Line, "the lines of the first frequency", ports, "the name");
+        m_Net.ports = m_PortsByName > 0 ? m_PortsByName : ports;
+        if (m_Net.ports == 0)
+            Fail(fmt::format(
+                "expected 1 + 2 n^2 numbers at the first frequency, since the file's name doesn't say "
+                "its number of ports n, found {}",
+                count));
     } else {
         if (m_Net.ports == 0)
             Fail("expected [Number of Ports] before [Network Data]");
-        if (m_PortsByName > 0 && m_PortsByName != m_Net.ports)
-            Warn(m_Seen[kPorts], fmt::format("the file's name says {} ports, the text {}: the text holds",
-                                             m_PortsByName, m_Net.ports));
+        warnOfName(m_Seen[kPorts], "[Number of Ports]", m_Net.ports, "the keyword");
         if (m_Net.ports == 2 && !m_Seen.contains(kTwoPortOrder) && m_Layout.matrix == MatrixFormat::Full)
             Fail("expected [Two-Port Data Order] before [Network Data] of 2 ports");
     }
@@ -296,8 +313,8 @@ void Reader::SettlePorts() {
         Fail(m_OptionLine, fault);
 }
 
-// Numbers come in pairs behind a frequency, so that a line with an odd count of words begins one.
-int Reader::PortsOfLines() {
+// By its lines: numbers come in pairs behind a frequency, so that a line with an odd count of words begins one.
+std::size_t Reader::NumbersOfFrequency() {
     const auto isOdd = [](std::size_t count) { return count % 2 != 0; };
     const char* const pos = m_Pos;
     const int line = m_Line;
@@ -312,14 +329,7 @@ int Reader::PortsOfLines() {
     }
     m_Pos = pos;
     m_Line = line;
-    const double pairs = static_cast<double>(count) / 2;
-    const std::size_t ports = static_cast<std::size_t>(std::sqrt(pairs));
-    if (ports == 0 || count != 1 + 2 * ports * ports)
-        Fail(fmt::format(
-            "expected 1 + 2 n^2 numbers at the first frequency, since the file's name doesn't say its "
-            "number of ports n, found {}",
-            count));
-    return static_cast<int>(ports);
+    return count;
 }
 
 void Reader::SettleReferences() {
