@@ -4,6 +4,7 @@
 #include "recorder.h"
 
 #include <engine/kelda_engine.h>
+#include <engine/message_manager_slot.h>
 
 #include <stringutils/astring.h>
 
@@ -28,6 +29,7 @@ protected:
     }
     ~EngineFixture() override {
         engine.reset();
+        SetMessageManager(nullptr); // an engine that has started jobs was this thread's
         std::filesystem::remove_all(m_Folder);
     }
 

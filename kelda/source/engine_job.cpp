@@ -2,6 +2,7 @@
 
 #include "message_text.h"
 
+#include <client/data_folder.h>
 #include <stringutils/astring.h>
 
 #include <fmt/format.h>
@@ -15,14 +16,17 @@ namespace job {
 struct EngineJob::Shared {
     const std::string circuit;
     const std::string project;
+    const std::string data;                    // empty without a folder of network data
     const std::shared_ptr<CosimSession> cosim; // null where the sources aren't driven
     EventQueue events;
     std::mutex mutex;
     platform::InterfacePtr<IKeldaEngine> engine;
     std::int32_t handle = 0;
 
-    Shared(std::string circuitPath, std::string projectPath, std::shared_ptr<CosimSession> session)
-        : circuit(std::move(circuitPath)), project(std::move(projectPath)), cosim(std::move(session)) {}
+    Shared(std::string circuitPath, std::string projectPath, std::string dataFolder,
+           std::shared_ptr<CosimSession> session)
+        : circuit(std::move(circuitPath)), project(std::move(projectPath)), data(std::move(dataFolder)),
+          cosim(std::move(session)) {}
 };
 
 namespace {
@@ -81,8 +85,10 @@ platform::UniqueBstr Utf8Bstr(const std::string& text) {
 
 } // namespace
 
-EngineJob::EngineJob(std::string circuit, std::string project, std::shared_ptr<CosimSession> cosim)
-    : m_Shared(std::make_shared<Shared>(std::move(circuit), std::move(project), std::move(cosim))) {
+EngineJob::EngineJob(std::string circuit, std::string project, std::string data,
+                     std::shared_ptr<CosimSession> cosim)
+    : m_Shared(std::make_shared<Shared>(std::move(circuit), std::move(project), std::move(data),
+                                        std::move(cosim))) {
     std::thread([shared = m_Shared] {
         try {
             auto engine = Start(shared);
@@ -113,10 +119,16 @@ platform::InterfacePtr<IKeldaEngine> EngineJob::Start(const std::shared_ptr<Shar
     };
     auto engine = kelda::ActivateEngine(std::move(options));
     auto progress = platform::InterfacePtr<QueueingProgress>::Adopt(new QueueingProgress(shared));
+    platform::InterfacePtr<kelda::DataFolder> data;
+    if (!shared->data.empty())
+        data = platform::InterfacePtr<kelda::DataFolder>::Adopt(
+            new kelda::DataFolder(shared->data, [shared](const std::string& reason) {
+                shared->events.PushFromJob(NoData{reason});
+            }));
     platform::UniqueBstr circuit = Utf8Bstr(shared->circuit);
     platform::UniqueBstr project = Utf8Bstr(shared->project);
     std::int32_t handle = 0;
-    HRESULT result = engine->StartAnalysis(progress.Get(), nullptr, circuit.Get(), project.Get(), &handle);
+    HRESULT result = engine->StartAnalysis(progress.Get(), data.Get(), circuit.Get(), project.Get(), &handle);
     if (result == S_OK) {
         {
             std::lock_guard lock(shared->mutex);

@@ -13,8 +13,9 @@ namespace job {
 class EngineJob {
 public:
     // Starts an engine and the job in it. Both paths are absolute and UTF-8. `cosim` is null where the sources aren't
-    // driven.
-    EngineJob(std::string circuit, std::string project, std::shared_ptr<CosimSession> cosim);
+    // driven. `data` is the folder of network data, empty without one.
+    EngineJob(std::string circuit, std::string project, std::string data,
+              std::shared_ptr<CosimSession> cosim);
 
     // Lets the engine go, with whatever it is doing.
     ~EngineJob();

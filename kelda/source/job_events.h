@@ -30,6 +30,10 @@ struct Done {
     std::int32_t code = 0;
     std::string fault = {}; // what went wrong on this side of a co-simulation nevertheless
 };
+// What the folder of network data has no answer to; the kernel is told so as well.
+struct NoData {
+    std::string reason;
+};
 // This side of a co-simulation can't go on, and the job waits for it.
 struct CosimFault {
     std::string reason;
@@ -39,7 +43,7 @@ struct Lost {
 };
 struct Aborted {};
 
-using Event = std::variant<Started, NotStarted, Progress, Message, Done, CosimFault, Lost, Aborted>;
+using Event = std::variant<Started, NotStarted, Progress, Message, NoData, Done, CosimFault, Lost, Aborted>;
 
 // Carries events from the threads of the job and of libkelda to one thread that polls. Nothing can be taken
 // before it is known whether the job was started, so that a job's first message can't overtake its start.

@@ -33,7 +33,7 @@ class JobRun {
 public:
     JobRun(const RunRequest& request, Output& out, Output& err, SignalWatch& signals, JobReport& report)
         : m_Request(request), m_Out(out), m_Err(err), m_Signals(signals), m_Report(report),
-          m_Job(request.circuit, request.project, request.cosim) {}
+          m_Job(request.circuit, request.project, request.data, request.cosim) {}
 
     int Run() {
         while (!m_Status) {
@@ -146,6 +146,8 @@ private:
         if (!m_Abort && ReadCosimShape(std::string(text.text.ToNarrow(kEncodingUtf8)), shape))
             HandleCosim(shape);
     }
+
+    void Handle(const job::NoData& fault) { m_Report.Message({kSeverityError, FromUtf8(fault.reason)}); }
 
     void HandleCosim(const job::CosimShape& shape) {
         if (!m_Request.cosim)

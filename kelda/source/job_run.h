@@ -10,6 +10,7 @@
 struct RunRequest {
     std::string circuit;                                // absolute, UTF-8
     std::string project;                                // absolute, UTF-8
+    std::string data;                                   // the folder of network data; empty: none
     std::shared_ptr<job::CosimSession> cosim = nullptr; // null where the sources aren't driven
     bool usesOut = true; // something is written to standard output, so that its loss ends the job
 };

@@ -3,6 +3,8 @@
 #include "exit_status.h"
 #include "job_run.h"
 
+#include <client/data_folder.h>
+
 #include <CLI/CLI.hpp>
 
 #include <filesystem>
@@ -14,6 +16,7 @@ namespace fs = std::filesystem;
 struct Options {
     std::string circuit;
     std::string project;
+    std::string data;
     std::string cosimIn;
     std::string cosimOut;
     std::int32_t cosimBlock = 1000;
@@ -37,6 +40,9 @@ of the steps' ends or, if the first one is 0, of their beginnings. Where the .tr
 the sources hold their last values. --cosim-out is written as CSV: the end of each step, then the first and
 second value of each port, block by block while the job runs; what is there remains if the job fails.
 
+Network data: components that the circuit describes by a design's name alone ("*% nport") get their data
+from --data, a directory of solutions (NAME.sol, NAME.solb) and Touchstone files (NAME.sNp, NAME.ts).
+
 With --json every line of standard output is one object with the key "event":
   started (job, circuit, project), progress (value, from 0 to 1), result (path),
   message (severity: information, warning or error; text), and as the last one of
@@ -45,6 +51,7 @@ With --json every line of standard output is one object with the key "event":
 Examples:
   kelda run amplifier.cir
   kelda run amplifier.cir --project results --quiet
+  kelda run amplifier.cir --data measured
   kelda run filter.cir --cosim-in samples.csv --cosim-out ports.csv
   kelda run amplifier.cir --json | jq -r 'select(.event == "result").path')";
 
@@ -92,7 +99,8 @@ int Run(const Options& options) {
         }
     }
     auto report = options.json ? MakeJsonReport(out) : MakeTextReport(out, err, detail);
-    RunRequest request{circuit.string(), project.string(), std::move(cosim), options.json || !options.quiet};
+    RunRequest request{circuit.string(), project.string(), options.data, std::move(cosim),
+                       options.json || !options.quiet};
     return RunJob(request, out, err, signals, *report);
 }
 
@@ -122,6 +130,19 @@ void AddRunCommand(CLI::App& app, int& status) {
         ->add_option("--project", options->project, "Where the result files go (default: beside the circuit)")
         ->type_name("DIR")
         ->check(named("the directory's name"));
+    command->add_option("--data", options->data, "Where the network data of the circuit's designs are")
+        ->type_name("DIR")
+        ->check(named("the directory's name"))
+        ->check(CLI::Validator(
+            [](std::string& text) {
+                try {
+                    platform::InterfacePtr<kelda::DataFolder>::Adopt(new kelda::DataFolder(text));
+                    return std::string();
+                } catch (const std::runtime_error& error) {
+                    return std::string(error.what());
+                }
+            },
+            ""));
     CLI::Option* cosimIn = command
                                ->add_option("--cosim-in", options->cosimIn,
                                             "Samples for the sources of a co-simulation (-: standard input)")

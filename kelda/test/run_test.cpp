@@ -105,6 +105,25 @@ TEST_F(RunTest, ResultFilesAreListedHoweverTheJobEndsButNotInQuiet) {
     EXPECT_EQ(quiet.out + quiet.err, "");
 }
 
+TEST_F(RunTest, TheFolderOfNetworkDataAnswersTheCircuitsDesigns) {
+    std::filesystem::create_directories(m_Folder / "data");
+    Write("data/line.s1p", "# GHz S RI R 75\n1 -0.2 0\n");
+    Write("data/bad.s1p", "# GHz S RI R 75\n1 -0.2\n");
+    Finished run = RunScript("field line N1 - 3 1e9", {"--data", "data"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_TRUE(run.err.starts_with(Framed("field line N1 - 3 1e9", "field 0 3 1000000000 ").substr(0, 40)))
+        << run.err;
+    EXPECT_TRUE(Holds(run.err, "\nfield 0 3 1000000000 ")) << run.err;
+    EXPECT_TRUE(
+        Holds(RunScript("field line N1 - 3 2e9", {"--data", "data"}).err, "error: No network data for N1"));
+    run = RunScript("field none N1 - 3 1e9;field bad N2 - 3 1e9", {"--data", "data", "-q"});
+    EXPECT_TRUE(Holds(run.err,
+                      "error: No network data for N1 (design none): there is no such file in data, but "
+                      "bad.s1p, line.s1p.\n"))
+        << run.err;
+    EXPECT_TRUE(Holds(run.err, "error: No network data for N2 (design bad): data/bad.s1p:")) << run.err;
+}
+
 TEST_F(RunTest, AMessageCannotSteerTheTerminal) {
     Finished run = RunScript("error 1 \x1b[2J\x07 \xc2\x9b"
                              "31m \t.");
@@ -127,6 +146,9 @@ TEST_F(RunTest, WrongUseIsExplainedWithAHint) {
              {{"run", "a.cir", "--project"}, "--project"},
              {{"run", "a.cir", "-q", "-v"}, "excludes"},
              {{"run", ""}, "the file name is empty"},
+             {{"run", "a.cir", "--data", "nowhere"}, "--data: nowhere: No such file or directory"},
+             {{"run", "a.cir", "--data", TEST_SERVER}, "--data: " TEST_SERVER ": Not a directory"},
+             {{"run", "a.cir", "--data", ""}, "the directory's name is empty"},
              {{"run", "-"}, "name its file"}}) {
         Finished run = Run({c.arguments, Scripted()});
         EXPECT_EQ(run.status, 2) << c.says;
