@@ -1,5 +1,5 @@
-// A text as words and numbers with the line they stand on. Lines end with LF, CR LF or CR; a comment goes from "!" to the
-// end of its line.
+// A text as words and numbers with the line they stand on. Lines end with LF, CR LF or CR; a comment goes from "!" to
+// the end of its line.
 #pragma once
 
 #include "words.h"
