@@ -16,7 +16,7 @@ using Complex = std::complex<double>;
 // Results of the request. What isn't listed is the client's own.
 enum : int { good = 0, no_data = 1, too_small = 2, not_readable = 3, no_point = 4, no_frequencies = 5 };
 
-// Of the largest magnitude in a matrix: an imaginary part beyond it belongs to no direct current.
+// Of the largest magnitude that the data has: an imaginary part beyond it belongs to no direct current.
 constexpr double most_imaginary = 1e-3;
 
 std::string meaning(int result) {
@@ -48,8 +48,9 @@ public:
 
     [[noreturn]] void fail(int result) const { fail(fmt::format("{} (result {})", meaning(result), result)); }
 
-    // The result; with `good` the matrices one after the other, rows first.
-    int run(const std::vector<double>& frequencies, std::vector<Complex>& matrices) const {
+    // The result; with `good` the matrices one after the other, rows first. Those before `needed` may hold anything.
+    int run(const std::vector<double>& frequencies, std::size_t needed,
+            std::vector<Complex>& matrices) const {
         const std::size_t ports = m_nport.ports.size();
         const std::size_t record = 1 + 2 * ports * ports;
         constexpr std::size_t most = std::numeric_limits<int>::max();
@@ -77,7 +78,7 @@ public:
                 fail(
                     fmt::format("the client's data is for {} Hz, asked were {} Hz", from[0], frequencies[f]));
             for (std::size_t i = 1; i < record; i += 2) {
-                if (!std::isfinite(from[i]) || !std::isfinite(from[i + 1]))
+                if (f >= needed && !(std::isfinite(from[i]) && std::isfinite(from[i + 1])))
                     fail(fmt::format("the client's data at {} Hz holds no number", frequencies[f]));
                 matrices.emplace_back(from[i], from[i + 1]);
             }
@@ -110,10 +111,12 @@ double largest(std::span<const Complex> matrix) {
     return most;
 }
 
-bool is_real(std::span<const Complex> matrix) {
-    const double most = most_imaginary * std::max(1.0, largest(matrix));
-    return std::all_of(matrix.begin(), matrix.end(),
-                       [&](const Complex& s) { return std::abs(s.imag()) <= most; });
+// `near` is the matrix at a frequency that is sure.
+bool is_real(std::span<const Complex> matrix, std::span<const Complex> near) {
+    const double most = most_imaginary * std::max(1.0, largest(near));
+    return std::all_of(matrix.begin(), matrix.end(), [&](const Complex& s) {
+        return std::isfinite(s.real()) && std::abs(s.imag()) <= most;
+    });
 }
 
 } // namespace
@@ -128,17 +131,19 @@ NportData::NportData(const Nport& nport, const std::string& place, std::span<con
     if (!asks_for_0)
         asked.insert(asked.begin(), 0.0);
 
-    int result = request.run(asked, m_matrices);
+    // An interpolation beyond the data's end may give anything at 0 Hz.
+    int result = request.run(asked, !asks_for_0 && asked.size() > 1 ? 1 : 0, m_matrices);
     std::string lack;
     if (result == no_point && !asks_for_0 && asked.size() > 1) {
         asked.erase(asked.begin());
-        result = request.run(asked, m_matrices);
+        result = request.run(asked, 0, m_matrices);
         lack = "the data says nothing of 0 Hz";
     }
     if (result != good)
         request.fail(result);
     std::size_t lowest = 0;
-    if (lack.empty() && asked.size() > 1 && !is_real(std::span(m_matrices).first(size))) {
+    const std::span<const Complex> matrices(m_matrices);
+    if (lack.empty() && asked.size() > 1 && !is_real(matrices.first(size), matrices.subspan(size, size))) {
         lowest = 1;
         lack = "what the data says of 0 Hz isn't real";
     }
@@ -146,7 +151,7 @@ NportData::NportData(const Nport& nport, const std::string& place, std::span<con
         messages.warning(fmt::format("{}: N-port \"{}\": {}; in the operating point it has the real part of "
                                      "its data at {} Hz",
                                      place, nport.name, lack, asked[lowest]));
-    for (const Complex& s : std::span(m_matrices).subspan(lowest * size, size))
+    for (const Complex& s : matrices.subspan(lowest * size, size))
         m_direct.push_back(s.real());
     if (asked.size() > frequencies.size())
         m_matrices.erase(m_matrices.begin(), m_matrices.begin() + static_cast<std::ptrdiff_t>(size));

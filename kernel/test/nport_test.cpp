@@ -353,12 +353,14 @@ TEST_F(NportTest, WhereDataSaysNothingOfZeroTheLowestFrequencyCounts) {
     host().spoil = [](Asked& request, std::vector<double>&) { return request.frequencies[0] == 0 ? 4 : 0; };
     ASSERT_EQ(CKT_GOOD, run_text(netlist + sweep)) << all_told();
     expect_warning("the data says nothing of 0 Hz");
-    host().spoil = [](Asked&, std::vector<double>& numbers) {
-        numbers[2] = 0.5;
-        return 0;
-    };
-    ASSERT_EQ(CKT_GOOD, run_text(netlist + sweep)) << all_told();
-    expect_warning("what the data says of 0 Hz isn't real");
+    for (const auto& [place, value] : {std::pair(1, double(NAN)), std::pair(2, 0.5)}) {
+        host().spoil = [place = place, value = value](Asked&, std::vector<double>& numbers) {
+            numbers[static_cast<std::size_t>(place)] = value;
+            return 0;
+        };
+        ASSERT_EQ(CKT_GOOD, run_text(netlist + sweep)) << all_told();
+        expect_warning("what the data says of 0 Hz isn't real");
+    }
     host().spoil = [](Asked&, std::vector<double>&) { return 4; };
     EXPECT_EQ(CKT_NO_DATA, run_text(netlist + ".op\n"));
     EXPECT_TRUE(says(CKT_ERROR, "(result 4)")) << all_told();
