@@ -111,11 +111,13 @@ int WriteNumbers(CNetworkDataSolution& solution, std::span<const double> frequen
     return static_cast<int>(count);
 }
 
-void Post(const FieldSolverBridge::Request& request, const AString& reason) noexcept {
+// A frequency that the data doesn't give may be one that the kernel can do without; it says so if it can't.
+void Post(const FieldSolverBridge::Request& request, int result, const AString& reason) noexcept {
     try {
         const auto text = [](const char* bytes) { return bytes ? AString(bytes) : AString(); };
-        PostText(kSeverityError, AString(u"No network data for " + text(request.compInstID) + u" (design " +
-                                         text(request.designName) + u"): " + reason + u"."));
+        PostText(result == FieldSolverBridge::kNoPoint ? kSeverityWarning : kSeverityError,
+                 AString(u"No network data for " + text(request.compInstID) + u" (design " +
+                         text(request.designName) + u"): " + reason + u"."));
     } catch (...) {
         // The result says it, too.
     }
@@ -162,10 +164,10 @@ int FieldSolverBridge::Answer(const Request& request, std::span<double> out, int
         count = WriteNumbers(*solution, request.frequencies, out);
         return kGood;
     } catch (const Failure& failure) {
-        Post(request, failure.text);
+        Post(request, failure.result, failure.text);
         return failure.result;
     } catch (...) {
-        Post(request, u"there is no memory for the reply");
+        Post(request, kNotReadable, u"there is no memory for the reply");
         return kNotReadable;
     }
 }
