@@ -3,6 +3,7 @@
 #include "block_command.h"
 #include "config_command.h"
 #include "exit_status.h"
+#include "net_command.h"
 #include "output.h"
 #include "run_command.h"
 #include "wrong_use.h"
@@ -41,6 +42,7 @@ int Main(int argc, char** argv) {
     int status = kDone;
     AddRunCommand(app, status);
     AddBlockCommand(app, status);
+    AddNetCommand(app, status);
     AddConfigCommand(app, status);
     try {
         app.parse(argc, argv);
