@@ -161,7 +161,7 @@ int ConvertNetwork(const NetChange& change) {
         return WriteNetwork(*file.solution, change);
     // From one stored form to the other all items stay, those that the solution's class doesn't write again among them.
     std::vector<io::CBlockItemPtr> items;
-    std::vector<BlockError> errors;
+    std::vector<io::StoredError> errors;
     BlockFile(change.in).Read(items, errors);
     BlockFormat format;
     format.binary = *to == networkfile::Form::kBinary;

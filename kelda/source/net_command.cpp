@@ -66,12 +66,12 @@ void AddForm(CLI::App* command, Options& options) {
     command
         ->add_option("--param", options.kind, "The kind that a Touchstone file or a table shows: s, y or z")
         ->type_name("KIND")
-        ->check(CLI::IsMember({"s", "y", "z"}, CLI::ignore_case));
+        ->transform(CLI::IsMember({"s", "y", "z"}, CLI::ignore_case));
     command
         ->add_option("--format", options.format,
                      "ri (real and imaginary part), ma (magnitude and degrees) or db (decibels and degrees)")
         ->type_name("FORM")
-        ->check(CLI::IsMember({"ri", "ma", "db"}, CLI::ignore_case));
+        ->transform(CLI::IsMember({"ri", "ma", "db"}, CLI::ignore_case));
 }
 
 } // namespace

@@ -1,0 +1,159 @@
+// The program on network files.
+#include "kelda_process.h"
+
+#include <cmath>
+#include <complex>
+
+using namespace kelda_test;
+
+namespace {
+
+// A series impedance of 100 ohm between ports of 50 ohm, and an ideal through.
+constexpr char kSeries[] = "# GHz S RI R 50\n1 0.5 0 0.5 0 0.5 0 0.5 0\n2 0.5 0 0.5 0 0.5 0 0.5 0\n"
+                           "3 0.5 0 0.5 0 0.5 0 0.5 0\n";
+constexpr char kThrough[] = "# GHz S RI R 50\n1 0 0 1 0 1 0 0 0\n";
+
+class NetTest : public KeldaTest {
+protected:
+    NetTest() {
+        Write("series.s2p", kSeries);
+        Write("through.s2p", kThrough);
+    }
+    Finished Net(Words arguments) {
+        arguments.insert(arguments.begin(), "net");
+        return Run({arguments});
+    }
+    std::complex<double> S(const std::string& file, const std::string& frequency, std::size_t row,
+                           std::size_t column) {
+        const auto answer = Net({"at", file, "--freq", frequency, "--json"});
+        EXPECT_EQ(answer.status, 0) << answer.err;
+        const Json value = JsonLines(answer.out).at(0)["s"][row][column];
+        return {value[0], value[1]};
+    }
+};
+
+void ExpectNear(std::complex<double> value, std::complex<double> expected) {
+    EXPECT_NEAR(std::abs(value - expected), 0, 1e-12) << value << " " << expected;
+}
+
+TEST_F(NetTest, TellsWhatAFileHolds) {
+    const Json info = Json::parse(Net({"info", "series.s2p", "--json"}).out);
+    EXPECT_EQ(info["form"], "Touchstone 1.0, S in RI and GHz");
+    EXPECT_EQ(info["rows"].size(), 2u);
+    EXPECT_EQ(info["frequencies"], Json({1e9, 2e9, 3e9}));
+    EXPECT_EQ(info["references"], Json({{50.0, 0.0}, {50.0, 0.0}}));
+    EXPECT_EQ(info["passive"], true);
+    EXPECT_EQ(info["asymmetry"], 0.0);
+    Write("gain.s2p", "# Hz S RI R 50\n7 0 0 2 0 0 0 0 0\n");
+    const std::string text = Net({"info", "gain.s2p"}).out;
+    EXPECT_NE(text.find("passive       no, first at 7 Hz"), std::string::npos) << text;
+    EXPECT_NE(text.find("reciprocal    no"), std::string::npos) << text;
+}
+
+TEST_F(NetTest, ComesBackFromEveryForm) {
+    for (const char* form : {"a.sol", "a.solb", "a.ts"}) {
+        EXPECT_EQ(Net({"convert", "series.s2p", form}).status, 0);
+        EXPECT_EQ(Net({"convert", form, "back.s2p"}).status, 0);
+        EXPECT_EQ(Net({"convert", "series.s2p", "straight.s2p"}).status, 0);
+        EXPECT_EQ(ReadAll(m_Folder / "back.s2p"), ReadAll(m_Folder / "straight.s2p")) << form;
+    }
+    EXPECT_EQ(Net({"convert", "series.s2p", "y.s2p", "--param", "Y", "--format", "MA"}).status, 0);
+    EXPECT_EQ(ReadAll(m_Folder / "y.s2p").substr(0, 15), "# Hz Y MA R 50\n");
+    ExpectNear(S("y.s2p", "2GHz", 1, 0), 0.5);
+    // What a solution's class doesn't write again stays from one stored form to the other.
+    Write("setup.sol", "$begin SolutionData\n\tObjectType='Modal'\n\tremark='kept'\n$end SolutionData\n");
+    EXPECT_EQ(Net({"convert", "setup.sol", "setup.solb"}).status, 0);
+    EXPECT_EQ(Run({{"block", "get", "setup.solb", "SolutionData/remark"}}).out, "remark='kept'\n");
+}
+
+TEST_F(NetTest, RefersToOtherImpedances) {
+    struct {
+        const char* z;
+        std::complex<double> s11, s21;
+    } cases[] = {
+        // A series impedance Z between z1 and z2: (Z + z2 - z1) / (Z + z1 + z2) and 2 sqrt(z1 z2) / (Z + z1 + z2).
+        {"100", 1.0 / 3.0, 2.0 / 3.0},
+        {"0.1k,100", 1.0 / 3.0, 2.0 / 3.0},
+        {"25,75", 0.75, 2 * std::sqrt(25.0 * 75.0) / 200},
+        {"50+50j", 100.0 / std::complex<double>(200, 100),
+         2.0 * std::complex<double>(50, 50) / std::complex<double>(200, 100)},
+    };
+    for (const auto& c : cases) {
+        const auto result = Net({"renorm", "series.s2p", "z.sol", "--z", c.z});
+        EXPECT_EQ(result.status, 0) << result.err;
+        ExpectNear(S("z.sol", "2GHz", 0, 0), c.s11);
+        ExpectNear(S("z.sol", "2GHz", 1, 0), c.s21);
+    }
+    // It would come out wrong, by way of admittances that it hasn't.
+    const auto refused = Net({"renorm", "through.s2p", "z.sol", "--z", "75"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_NE(refused.err.find("through.s2p: the network at 1 GHz has no admittances"), std::string::npos)
+        << refused.err;
+}
+
+TEST_F(NetTest, MovesTheReferencePlanes) {
+    const auto turned = [](double turns) { return std::polar(1.0, 2 * M_PI * turns); };
+    ASSERT_EQ(Net({"deembed", "through.s2p", "d.s2p", "--delay", "0.1ns,50ps"}).status, 0);
+    ExpectNear(S("d.s2p", "1GHz", 1, 0), turned(0.15));
+    ASSERT_EQ(
+        Net({"deembed", "series.s2p", "d.sol", "--distance", "29.9792458mm", "--permittivity", "4"}).status,
+        0);
+    ExpectNear(S("d.sol", "1e9", 0, 0), 0.5 * turned(0.4));
+    const auto refused = Net({"deembed", "series.s2p", "d.s2p", "--distance", "1mm"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_NE(refused.err.find("propagation constants"), std::string::npos) << refused.err;
+}
+
+TEST_F(NetTest, AnswersBetweenItsPoints) {
+    const auto lines = JsonLines(Net({"at", "series.s2p", "--freq", "1GHz:2GHz:3,4GHz", "--json"}).out);
+    ASSERT_EQ(lines.size(), 4u);
+    const char* origins[] = {"stored", "interpolated", "stored", "extrapolated"};
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(lines[i]["origin"], origins[i]);
+        EXPECT_EQ(lines[i].contains("error"), i % 2 == 1);
+    }
+    EXPECT_EQ(lines[1]["frequency"], 1.5e9);
+    const auto table = Net({"at", "series.s2p", "--freq", "1500MHz", "-o", "at.s2p"});
+    EXPECT_EQ(table.out.rfind("# Hz origin error\n1500000000 interpolated ", 0), 0u) << table.out;
+    ExpectNear(S("at.s2p", "1.5GHz", 0, 1), 0.5);
+    Write("none.sol",
+          "$begin SolutionData\n\tObjectType='Modal'\n\tSolutionType='CircuitData'\n\t$begin Frequencies\n"
+          "\t\t$begin DataPoint\n\t\t\tFrequency=1\n\t\t$end DataPoint\n\t$end Frequencies\n"
+          "$end SolutionData\n");
+    const auto refused = Net({"at", "none.sol", "--freq", "2"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_NE(refused.err.find("none.sol: there are no data at 2 Hz"), std::string::npos) << refused.err;
+}
+
+TEST_F(NetTest, SaysWhatIsWrongWithACommand) {
+    struct {
+        Words arguments;
+        int status;
+        const char* text;
+    } cases[] = {
+        {{"renorm", "series.s2p", "o.s2p", "--z", "7x5"}, 2, "--z: '7x5' is not a number"},
+        {{"renorm", "series.s2p", "o.s2p", "--z", "5+3"}, 2, "'5+3' is not a number"},
+        {{"renorm", "series.s2p", "o.s2p", "--z", "1,2,3"}, 1, "3 references for 2 rows"},
+        {{"renorm", "series.s2p", "o.s2p"}, 2, "--z is required"},
+        {{"deembed", "series.s2p", "o.s2p"}, 2, "--delay"},
+        {{"deembed", "series.s2p", "o.s2p", "--delay", "1ps", "--distance", "1mm"}, 2, "--delay"},
+        {{"deembed", "series.s2p", "o.s2p", "--delay", "1mm"}, 2, "'1mm' is not a number in s"},
+        {{"at", "series.s2p", "--freq", "1:2"}, 2, "'1:2' is not START:STOP:COUNT"},
+        {{"at", "series.s2p", "--freq", "1:2:99999999"}, 2, "START:STOP:COUNT"},
+        {{"at", "series.s2p", "--freq", "-1"}, 2, "from 0 on"},
+        {{"at", "series.s2p", "--freq", "nan"}, 2, "'nan' is not a number in Hz"},
+        {{"convert", "series.s2p", "o.s3p"}, 1, "o.s3p"},
+        {{"convert", "series.s2p", "no/such/o.s2p"}, 1, "No such file"},
+        {{"convert", "missing.s2p", "o.s2p"}, 1, "kelda: missing.s2p: No such file or directory\n"},
+        {{"convert", "through.s2p", "o.s2p", "--param", "y"}, 1, "there is no Y at"},
+        {{"convert", "series.s2p", "o.s2p", "--param", "h"}, 2, "--param"},
+    };
+    for (const auto& c : cases) {
+        const auto result = Net(c.arguments);
+        EXPECT_EQ(result.status, c.status) << c.text;
+        EXPECT_NE(result.err.find(c.text), std::string::npos) << result.err;
+        EXPECT_FALSE(Exists("o.s2p"));
+    }
+}
+
+} // namespace
