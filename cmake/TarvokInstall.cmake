@@ -77,6 +77,8 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME tarvokengine)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 # The kernel adapter loads the simulator by name, where no scan of linked libraries finds it.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libngspice0, ngspice")
+# What draws pictures of networks.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "gnuplot-nox | gnuplot, fonts-dejavu-core")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME tarvokengine-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS

@@ -5,11 +5,13 @@
 #include "net_at.h"
 #include "net_change.h"
 #include "net_info.h"
+#include "net_plot.h"
 #include "quantity.h"
 
 #include <CLI/CLI.hpp>
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <stdexcept>
 
@@ -25,11 +27,13 @@ Examples:
   kelda net info filter.s2p
   kelda net convert filter.s2p filter.sol
   kelda net renorm filter.s2p filter75.s2p --z 75
-  kelda net at filter.s2p --freq 1GHz:2GHz:11)";
+  kelda net at filter.s2p --freq 1GHz:2GHz:11
+  kelda net plot fit.sol filter.s2p -o fit.svg)";
 
 struct Options {
     NetChange change;
     NetQuestion question;
+    NetPicture picture;
     std::string kind = "s";
     std::string format = "ri";
     bool json = false;
@@ -43,6 +47,11 @@ void TakeForm(const Options& options, networkfile::WriteOptions& form) {
                   : options.format == "db" ? touchstone::Format::DecibelAngle
                                            : touchstone::Format::RealImaginary;
 }
+
+const std::map<std::string, PlotQuantity> kQuantities{
+    {"db", PlotQuantity::kDecibels}, {"mag", PlotQuantity::kMagnitude}, {"phase", PlotQuantity::kPhase},
+    {"delay", PlotQuantity::kDelay}, {"re", PlotQuantity::kReal},       {"im", PlotQuantity::kImaginary},
+    {"smith", PlotQuantity::kSmith}};
 
 // An option whose value is parsed as the command line is read, so that a typing error is wrong use.
 template <class Value, class Parse>
@@ -62,11 +71,15 @@ CLI::Option* AddParsed(CLI::App* command, const std::string& name, Value& value,
         ->type_name(type);
 }
 
-void AddForm(CLI::App* command, Options& options) {
+void AddKind(CLI::App* command, Options& options) {
     command
         ->add_option("--param", options.kind, "The kind that a Touchstone file or a table shows: s, y or z")
         ->type_name("KIND")
         ->transform(CLI::IsMember({"s", "y", "z"}, CLI::ignore_case));
+}
+
+void AddForm(CLI::App* command, Options& options) {
+    AddKind(command, options);
     command
         ->add_option("--format", options.format,
                      "ri (real and imaginary part), ma (magnitude and degrees) or db (decibels and degrees)")
@@ -87,6 +100,7 @@ void AddNetCommand(CLI::App& app, int& status) {
         command->callback([options, work, &status] {
             TakeForm(*options, options->change.form);
             TakeForm(*options, options->question.form);
+            options->picture.kind = options->question.form.kind;
             try {
                 status = work();
             } catch (const networkfile::Error& error) {
@@ -94,7 +108,7 @@ void AddNetCommand(CLI::App& app, int& status) {
             } catch (const std::runtime_error& error) {
                 const std::string& file =
                     options->change.in.empty() ? options->question.in : options->change.in;
-                status = Fail(file + ": " + error.what());
+                status = Fail((file.empty() ? "" : file + ": ") + error.what());
             }
         });
         return command;
@@ -159,4 +173,31 @@ void AddNetCommand(CLI::App& app, int& status) {
         ->type_name("OUT");
     at->add_flag("--json", options->json, "One object a frequency");
     AddForm(at, *options);
+
+    NetPicture& picture = options->picture;
+    CLI::App* plot = add("plot", "A picture of networks", "plot fit.sol solver.s2p --entry 21,11 -o fit.svg",
+                         [options] { return DrawNetworks(options->picture); });
+    plot->add_option("FILE", picture.files, "The networks")->required()->type_name("");
+    plot->add_option_function<std::string>(
+            "-o,--output",
+            [&picture](const std::string& name) {
+                if (PictureFormat(name).empty())
+                    throw CLI::ValidationError("--output",
+                                               "'" + name + "' doesn't end in .svg, .png or .pdf");
+                picture.out = name;
+            },
+            "A file .svg, .png or .pdf")
+        ->type_name("OUT")
+        ->excludes(plot->add_flag("--terminal", picture.inTerminal,
+                                  "Draw with characters on standard output, as without -o"));
+    plot->add_option_function<std::string>(
+            "--what", [&picture](const std::string& what) { picture.quantity = kQuantities.at(what); },
+            "db, mag, phase (degrees), delay (group delay), re, im or smith")
+        ->type_name("WHAT")
+        ->transform(CLI::IsMember(kQuantities, CLI::ignore_case));
+    AddParsed(plot, "--entry", picture.entries, "Rows and columns, such as 11,21 or 12:3", "LIST",
+              ParseEntries);
+    AddParsed(plot, "--freq", picture.frequencies,
+              "In place of the data's own: frequencies, START:STOP:COUNT", "LIST", ParseFrequencies);
+    AddKind(plot, *options);
 }

@@ -125,6 +125,39 @@ TEST_F(NetTest, AnswersBetweenItsPoints) {
     EXPECT_NE(refused.err.find("none.sol: there are no data at 2 Hz"), std::string::npos) << refused.err;
 }
 
+TEST_F(NetTest, DrawsPictures) {
+    struct {
+        const char* out;
+        const char* beginning;
+    } files[] = {{"p.svg", "<?xml"}, {"p.png", "\x89PNG"}, {"p.pdf", "%PDF"}};
+    for (const auto& file : files) {
+        const auto result = Net({"plot", "series.s2p", "-o", file.out});
+        EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_EQ(ReadAll(m_Folder / file.out).rfind(file.beginning, 0), 0u) << file.out;
+    }
+    for (const char* what : {"db", "mag", "phase", "re", "im", "smith"}) {
+        const auto result = Net({"plot", "series.s2p", "--what", what, "--entry", "21"});
+        EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_NE(result.out.find("S21 "), std::string::npos) << result.out;
+    }
+    // A delay of 0.25 ns: the scale of the picture has it, and no other one.
+    Write("line.s2p",
+          "# GHz S MA R 50\n1 0 0 1 -90 1 -90 0 0\n2 0 0 1 -180 1 -180 0 0\n3 0 0 1 90 1 90 0 0\n");
+    const auto delay = Net({"plot", "line.s2p", "--what", "delay", "--entry", "21", "--terminal"});
+    EXPECT_NE(delay.out.find("group delay of S in ns"), std::string::npos) << delay.err;
+    EXPECT_NE(delay.out.find("0.25 "), std::string::npos) << delay.out;
+    // Several networks in one picture, each trace with its file's name; samples marked where a curve goes through them.
+    ASSERT_EQ(Net({"convert", "series.s2p", "a.sol"}).status, 0);
+    std::string stored = ReadAll(m_Folder / "a.sol");
+    const auto type = stored.find("SolutionType='None'");
+    ASSERT_NE(type, std::string::npos);
+    Write("curve.sol", stored.replace(type, 19, "SolutionType='InterpolateNeville'"));
+    ASSERT_EQ(Net({"plot", "curve.sol", "line.s2p", "--entry", "21", "-o", "two.svg"}).status, 0);
+    const std::string picture = ReadAll(m_Folder / "two.svg");
+    for (const char* title : {"curve.sol S21", "line.s2p S21", "3 samples"})
+        EXPECT_NE(picture.find(title), std::string::npos) << title;
+}
+
 TEST_F(NetTest, SaysWhatIsWrongWithACommand) {
     struct {
         Words arguments;
@@ -147,6 +180,10 @@ TEST_F(NetTest, SaysWhatIsWrongWithACommand) {
         {{"convert", "missing.s2p", "o.s2p"}, 1, "kelda: missing.s2p: No such file or directory\n"},
         {{"convert", "through.s2p", "o.s2p", "--param", "y"}, 1, "there is no Y at"},
         {{"convert", "series.s2p", "o.s2p", "--param", "h"}, 2, "--param"},
+        {{"plot", "series.s2p", "-o", "o.jpg"}, 2, "'o.jpg' doesn't end in"},
+        {{"plot", "series.s2p", "--entry", "2"}, 2, "'2' is not an entry"},
+        {{"plot", "series.s2p", "--entry", "21,31"}, 1, "series.s2p: there is no entry (3,1) in 2 rows"},
+        {{"plot", "missing.s2p"}, 1, "kelda: missing.s2p: No such file or directory\n"},
     };
     for (const auto& c : cases) {
         const auto result = Net(c.arguments);
