@@ -76,7 +76,7 @@ std::vector<std::pair<int, int>> EntriesOf(const NetPicture& picture, const std:
         for (const auto& [row, column] : picture.entries) {
             if (row > rows || column > rows)
                 throw std::runtime_error(
-                    fmt::format("there is no entry ({},{}) in {} rows", row, column, rows));
+                    fmt::format("{}: there is no entry ({},{}) in {} rows", name, row, column, rows));
         }
         return picture.entries;
     }
