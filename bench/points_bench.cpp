@@ -1,7 +1,9 @@
 // Points against what they consist of: the memory of one against its elements, its block against the bare tree of the
-// same items, and what a conversion sets aside against its result. A time is the median of ours over the median of the
+// same items, what a conversion sets aside against its result, and conversions, with the result's storage made and given
+// back each time, against Eigen's and LAPACK's with all storage kept. A time is the median of ours over the median of the
 // other's, by turns in one run, in processor time. `points_bench [rounds]`.
 #include "allocation_count.h"
+#include "matrix_bench_peers.h"
 
 #include <sparamlib/network_modal_data.h>
 #include <sparamlib/network_terminal_data.h>
@@ -132,6 +134,80 @@ void Blocks(int n) {
     }
 }
 
+void Conversions(int n) {
+    Ports ports(n);
+    ComplexMatrix s = RandomMatrix(n);
+    ComplexVector z(n, Complex(50, 5)), other(n, Complex(75));
+    ComplexMatrix r(n, n), otherR(n, n);
+    for (int i = 0; i < n; ++i) {
+        for (int j = 0; j < n; ++j) {
+            r[i][j] = i == j ? Complex(50) : Complex(1.0 / n);
+            otherR[i][j] = i == j ? Complex(75) : Complex(2.0 / n);
+        }
+    }
+    CNetworkModalData modal(&ports, 1e9), fromY(&ports, 1e9);
+    modal.SetSMatrix(&s, true);
+    modal.SetPortImpedance(&z, true);
+    fromY.SetYMatrix(modal.GetYMatrix(true), true);
+    fromY.SetPortImpedance(&z, true);
+    CNetworkTerminalData terminal(&ports, 1e9);
+    terminal.SetSMatrix(&s, true);
+    terminal.SetPortImpedance(&r, true);
+    const ComplexMatrix y = *fromY.GetYMatrix(false);
+    const int repeat = std::max(1, 40000 / (n * n * n + 20));
+    const auto compare = [&](const char* what, const std::function<void()>& ours,
+                             const std::function<void(PeerConversions&)>& theirs, bool inLapack = true) {
+        const auto eigen = MakeEigenPeer(n);
+        const auto lapack = MakeLapackPeer(n);
+        const std::string name = fmt::format("{} of {} ports", what, n);
+        Compare(
+            name + ", Eigen", ours, [&] { theirs(*eigen); }, repeat);
+        if (inLapack)
+            Compare(
+                name + ", zgesv", ours, [&] { theirs(*lapack); }, repeat);
+    };
+    compare(
+        "S to Y",
+        [&] {
+            modal.SetYMatrix(nullptr, false);
+            modal.GetYMatrix(true);
+        },
+        [&](PeerConversions& peer) { peer.SToY(s.Data(), z.Data()); });
+    compare(
+        "S to Z",
+        [&] {
+            modal.SetZMatrix(nullptr, false);
+            modal.GetZMatrix(true);
+        },
+        [&](PeerConversions& peer) { peer.SToZ(s.Data(), z.Data()); });
+    compare(
+        "Y to S",
+        [&] {
+            fromY.SetSMatrix(nullptr, false);
+            fromY.GetSMatrix(true);
+        },
+        [&](PeerConversions& peer) { peer.YToS(y.Data(), z.Data()); });
+    // From S alone, as the other one does.
+    compare(
+        "renormalise modes",
+        [&] {
+            modal.SetSMatrix(&s, true);
+            modal.SetPortImpedance(&z, true);
+            modal.SetYMatrix(nullptr, false);
+            Require(modal.Renormalize(other));
+        },
+        [&](PeerConversions& peer) { peer.RenormalizeModes(s.Data(), z.Data(), other.Data()); });
+    compare(
+        "renormalise terminals",
+        [&] {
+            terminal.SetSMatrix(&s, true);
+            terminal.SetPortImpedance(&r, true);
+            terminal.SetYMatrix(nullptr, false);
+            Require(terminal.RenormalizeMatrix(otherR));
+        },
+        [&](PeerConversions& peer) { peer.RenormalizeTerminals(s.Data(), r.Data(), otherR.Data()); }, false);
+}
+
 template <class Work>
 std::size_t AllocationsOf(Work&& work) {
     const std::size_t before = Allocations();
@@ -186,4 +262,7 @@ int main(int argc, char** argv) {
         Allocations(n);
     for (int n : {2, 4, 16, 64})
         Blocks(n);
+    UseOneBlasThread();
+    for (int n : {2, 4, 8, 16, 64})
+        Conversions(n);
 }
