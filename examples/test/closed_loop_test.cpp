@@ -1,15 +1,10 @@
 // The converter under digital control, from the program's own table of the loop.
 
-#include <gtest/gtest.h>
-
-#include <unistd.h>
+#include "example_test.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -17,34 +12,9 @@ namespace {
 
 constexpr double kUs = 1e-6;
 
-std::vector<std::vector<double>> ReadTable(const std::filesystem::path& file) {
-    std::vector<std::vector<double>> rows;
-    std::ifstream lines(file);
-    std::string line, cell;
-    std::getline(lines, line);
-    while (std::getline(lines, line)) {
-        rows.emplace_back();
-        for (std::istringstream cells(line); std::getline(cells, cell, ',');)
-            rows.back().push_back(std::strtod(cell.c_str(), nullptr));
-    }
-    return rows;
-}
-
-class ClosedLoop : public testing::Test {
+class ClosedLoop : public ExampleTest {
 protected:
     enum Column { kTime, kReference, kDuty, kVoltage, kCurrent };
-
-    ClosedLoop()
-        : m_Folder(std::filesystem::temp_directory_path() / ("closed_loop_" + std::to_string(getpid()))) {
-        std::filesystem::create_directories(m_Folder);
-        setenv("TARVOK_SERVER", ENGINE, 1);
-    }
-    ~ClosedLoop() override { std::filesystem::remove_all(m_Folder); }
-
-    int Shell(const std::string& command) const {
-        const int status = std::system(("cd '" + m_Folder.string() + "' && " + command).c_str());
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
 
     void RunLoop() {
         ASSERT_EQ(Shell("'" BUCK_LOOP "' '" BUCK_CIRCUIT "' . > loop.csv"), 0);
@@ -66,7 +36,6 @@ protected:
         return range;
     }
 
-    const std::filesystem::path m_Folder;
     std::vector<std::vector<double>> m_Loop;
 };
 
@@ -120,8 +89,7 @@ TEST_F(ClosedLoop, TheSameDutyCyclesFromAFileGiveTheSameVoltages) {
 
 TEST_F(ClosedLoop, AJobThatFailsEndsTheProgramWithItsCode) {
     EXPECT_EQ(Shell("'" BUCK_LOOP "' missing.cir . > loop.csv 2> err"), 1);
-    std::ifstream err(m_Folder / "err");
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(err), {}),
+    EXPECT_EQ(ReadText(m_Folder / "err"),
               "buck_loop: the job failed with code 2; `kelda run` shows its messages\n");
 }
 

@@ -1,0 +1,49 @@
+// What the tests of the examples share: a folder of the test's own, programs run in it, and tables of results.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+// A CSV file without its headings.
+inline std::vector<std::vector<double>> ReadTable(const std::filesystem::path& file) {
+    std::vector<std::vector<double>> rows;
+    std::ifstream lines(file);
+    std::string line, cell;
+    std::getline(lines, line);
+    while (std::getline(lines, line)) {
+        rows.emplace_back();
+        for (std::istringstream cells(line); std::getline(cells, cell, ',');)
+            rows.back().push_back(std::strtod(cell.c_str(), nullptr));
+    }
+    return rows;
+}
+
+inline std::string ReadText(const std::filesystem::path& file) {
+    std::ifstream stream(file);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+class ExampleTest : public testing::Test {
+protected:
+    ExampleTest()
+        : m_Folder(std::filesystem::temp_directory_path() / ("example_test_" + std::to_string(getpid()))) {
+        std::filesystem::create_directories(m_Folder);
+        setenv("TARVOK_SERVER", ENGINE, 1);
+    }
+    ~ExampleTest() override { std::filesystem::remove_all(m_Folder); }
+
+    int Shell(const std::string& command) const {
+        const int status = std::system(("cd '" + m_Folder.string() + "' && " + command).c_str());
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    const std::filesystem::path m_Folder;
+};
