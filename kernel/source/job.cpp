@@ -57,11 +57,10 @@ public:
     Job(const JobRequest& request, const Progress::Sink& progress, Messages& messages)
         : m_messages(messages), m_progress(progress), m_netlist(read(request.netlist)),
           m_text(m_netlist, m_messages),
-          m_cosim(read_cosim_plan(m_netlist, m_messages)), m_nports{.nports =
-                                                                        read_nports(m_netlist, m_messages),
-                                                                    .data = {},
-                                                                    .frequencies = {},
-                                                                    .sources = {}},
+          m_cosim(read_cosim_plan(m_netlist, m_messages)), m_nports{read_nports(m_netlist, m_messages),
+                                                                    {},
+                                                                    {},
+                                                                    {}},
           m_call_backs(request.call_backs),
           m_results(request.netlist, request.project, m_netlist.files, m_messages), m_simulator(*this) {
         m_simulator.set_input_folder(std::filesystem::absolute(request.netlist).parent_path().string());
@@ -147,7 +146,7 @@ private:
     void load() {
         add_second_port();
         if (has_nports())
-            take_out_measures();
+            m_measures = take_out_measures(m_netlist, m_messages);
         const std::size_t own_lines = m_netlist.lines.size();
         for (const Nport& nport : m_nports.nports)
             append(nport_lines(nport, {}));
@@ -220,76 +219,18 @@ private:
             m_nports.sources.emplace_back(parts.front());
     }
 
-    // The simulator evaluates them at the end of each sweep, of which none is that of the circuit with its N-ports.
-    void take_out_measures() {
-        for (std::size_t i = 1, end = i; i < m_netlist.lines.size(); i = end) {
-            end = m_netlist.card_end(i);
-            const std::string text = m_netlist.card_text(i);
-            const auto parts = words(text);
-            if (parts.size() < 2 || !parts[0].starts_with(".meas") || parts[1] != "ac")
-                continue;
-            if (text.find_first_of("{}';`<>|&!\\$\"~?") != text.npos)
-                m_messages.warning(
-                    fmt::format("{}: \"{}\" isn't evaluated in a circuit with N-ports: it holds "
-                                "more than names and numbers",
-                                m_netlist.where(i), text));
-            else
-                m_measures.push_back("meas" + text.substr(parts[0].size()));
-            const auto begin = m_netlist.lines.begin();
-            m_netlist.lines.erase(begin + static_cast<std::ptrdiff_t>(i),
-                                  begin + static_cast<std::ptrdiff_t>(end));
-            end = i;
-        }
-    }
-
-    // The frequencies of a .ac are the simulator's own, to the last bit: a small circuit tells them.
-    void find_frequencies() {
-        std::string lines[] = {"frequencies", "r1 1 0 1", "v1 1 0 ac 1", ".end"};
-        std::vector<char*> circuit;
-        for (std::string& line : lines)
-            circuit.push_back(line.data());
-        m_simulator.load(std::move(circuit));
-        std::vector<double>& all = m_nports.frequencies;
-        for (const Analysis& analysis : m_analyses) {
-            if (analysis.kind != "ac")
-                continue;
-            m_simulator.command(analysis.command);
-            for (const std::string& plot : m_simulator.plots()) {
-                const vector_info scale = m_simulator.vector(plot + ".frequency");
-                for (int i = 0; i < scale.v_length && scale.v_compdata; ++i)
-                    all.push_back(scale.v_compdata[i].cx_real);
-            }
-            m_simulator.command("destroy all");
-        }
-        std::sort(all.begin(), all.end());
-        all.erase(std::unique(all.begin(), all.end()), all.end());
-        m_simulator.command("remcirc");
-    }
-
     // Asks for the N-ports' data, and loads the circuit anew with what stands for them at the operating point.
     void load_nports() {
-        const auto place = [&](const Nport& nport) { return m_netlist.where(nport.file, nport.line); };
-        const auto client = m_call_backs.find("FieldSolver");
-        if (client == m_call_backs.end()) {
-            const Nport& first = m_nports.nports.front();
-            throw JobError(
-                CKT_NO_DATA,
-                fmt::format("{}: the data of the N-port \"{}\" (design \"{}\") comes from a client, and "
-                            "there is none here that has data (no \"FieldSolver\")",
-                            place(first), first.name, first.design));
-        }
         m_text.begin_capture();
-        find_frequencies();
+        m_nports.frequencies = frequencies_of(m_analyses, m_simulator);
         m_simulator.command("remcirc");
         m_text.end_capture();
+        m_nports.data = data_of(m_nports.nports, m_nports.frequencies, m_netlist, m_call_backs, m_messages);
 
-        const auto ask = reinterpret_cast<ckt_field_solver_call_back>(client->second);
-        const auto lines_end = m_netlist.lines.end() - 1;
-        m_netlist.lines.erase(lines_end - static_cast<std::ptrdiff_t>(m_nport_lines), lines_end);
-        for (const Nport& nport : m_nports.nports) {
-            m_nports.data.emplace_back(nport, place(nport), m_nports.frequencies, ask, m_messages);
-            append(nport_lines(nport, m_nports.data.back().at_operating_point()));
-        }
+        const auto end = m_netlist.lines.end() - 1;
+        m_netlist.lines.erase(end - static_cast<std::ptrdiff_t>(m_nport_lines), end);
+        for (std::size_t i = 0; i < m_nports.nports.size(); ++i)
+            append(nport_lines(m_nports.nports[i], m_nports.data[i].at_operating_point()));
         m_text.begin_capture(); // what is to say of it was said
         load_lines(m_netlist.lines);
         m_text.end_capture();

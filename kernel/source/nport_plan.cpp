@@ -183,6 +183,29 @@ std::vector<NetlistLine> nport_lines(const Nport& nport, const std::vector<doubl
     return lines;
 }
 
+std::vector<std::string> take_out_measures(Netlist& netlist, Messages& messages) {
+    std::vector<std::string> commands;
+    for (std::size_t i = 1; i < netlist.lines.size();) {
+        const std::size_t end = netlist.card_end(i);
+        const std::string text = netlist.card_text(i);
+        const auto parts = words(text);
+        if (parts.size() < 2 || !parts[0].starts_with(".meas") || parts[1] != "ac") {
+            i = end;
+            continue;
+        }
+        if (text.find_first_of("{}';`<>|&!\\$\"~?") != text.npos)
+            messages.warning(
+                fmt::format("{}: \"{}\" isn't evaluated in a circuit with N-ports: it holds more than "
+                            "names and numbers",
+                            netlist.where(i), text));
+        else
+            commands.push_back("meas" + text.substr(parts[0].size()));
+        const auto begin = netlist.lines.begin();
+        netlist.lines.erase(begin + static_cast<std::ptrdiff_t>(i), begin + static_cast<std::ptrdiff_t>(end));
+    }
+    return commands;
+}
+
 bool allows_nports(std::string_view analysis) {
     constexpr std::array<std::string_view, 4> allowed = {"op", "dc", "tf", "ac"};
     return std::find(allowed.begin(), allowed.end(), analysis) != allowed.end();

@@ -42,6 +42,10 @@ std::vector<Nport> read_nports(const Netlist& netlist, Messages& messages);
 // a matched N-port.
 std::vector<NetlistLine> nport_lines(const Nport& nport, const std::vector<double>& scattering);
 
+// Takes the ".meas" cards of .ac out of the netlist and gives them as commands: the simulator would evaluate them at the end of
+// each sweep, of which none is that of the circuit with its N-ports. A warning tells which can't be given so.
+std::vector<std::string> take_out_measures(Netlist& netlist, Messages& messages);
+
 // Whether an analysis can be done with N-ports: one of the operating point, or a sweep over frequency that is linear in
 // the sources.
 bool allows_nports(std::string_view analysis);

@@ -120,6 +120,49 @@ bool NportCircuit::owns(std::string_view vector) const {
     return false;
 }
 
+std::vector<double> frequencies_of(const std::vector<Analysis>& analyses, Simulator& simulator) {
+    std::string lines[] = {"frequencies", "r1 1 0 1", "v1 1 0 ac 1", ".end"};
+    std::vector<char*> circuit;
+    for (std::string& line : lines)
+        circuit.push_back(line.data());
+    simulator.load(std::move(circuit));
+    std::vector<double> frequencies;
+    for (const Analysis& analysis : analyses) {
+        if (analysis.kind != "ac")
+            continue;
+        simulator.command(analysis.command);
+        for (const std::string& plot : simulator.plots()) {
+            const vector_info scale = simulator.vector(plot + ".frequency");
+            for (int i = 0; i < scale.v_length && scale.v_compdata; ++i)
+                frequencies.push_back(scale.v_compdata[i].cx_real);
+        }
+        simulator.command("destroy all");
+    }
+    simulator.command("remcirc");
+    std::sort(frequencies.begin(), frequencies.end());
+    frequencies.erase(std::unique(frequencies.begin(), frequencies.end()), frequencies.end());
+    return frequencies;
+}
+
+std::vector<NportData> data_of(const std::vector<Nport>& nports, const std::vector<double>& frequencies,
+                               const Netlist& netlist, const std::map<std::string, void*>& call_backs,
+                               Messages& messages) {
+    const auto client = call_backs.find("FieldSolver");
+    std::vector<NportData> data;
+    for (const Nport& nport : nports) {
+        const std::string place = netlist.where(nport.file, nport.line);
+        if (client == call_backs.end())
+            throw JobError(
+                CKT_NO_DATA,
+                fmt::format("{}: the data of the N-port \"{}\" (design \"{}\") comes from a client, and "
+                            "there is none here that has data (no \"FieldSolver\")",
+                            place, nport.name, nport.design));
+        data.emplace_back(nport, place, frequencies,
+                          reinterpret_cast<ckt_field_solver_call_back>(client->second), messages);
+    }
+    return data;
+}
+
 std::vector<std::string> put_in_nports(const NportCircuit& circuit, Simulator& simulator, ResultPlot& plot,
                                        const Sweep& sweep) {
     std::vector<ResultPlot> others;

@@ -1,11 +1,13 @@
 // The sweeps of one .ac with N-ports, and what becomes of their results.
 #pragma once
 
+#include "analysis.h"
 #include "nport_solve.h"
 #include "result_plot.h"
 #include "simulator.h"
 
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -24,6 +26,15 @@ struct NportCircuit {
     // A vector, as results name it, of what stands for an N-port.
     bool owns(std::string_view vector) const;
 };
+
+// All frequencies of all .ac, ascending, to the last bit: the simulator tells them from a small circuit of its own, which
+// comes and goes.
+std::vector<double> frequencies_of(const std::vector<Analysis>& analyses, Simulator& simulator);
+
+// Asks for the data of each N-port. Throws JobError with CKT_NO_DATA.
+std::vector<NportData> data_of(const std::vector<Nport>& nports, const std::vector<double>& frequencies,
+                               const Netlist& netlist, const std::map<std::string, void*>& call_backs,
+                               Messages& messages);
 
 // Runs the analysis once more, with the sources as they are then. Throws JobError.
 using Sweep = std::function<ResultPlot()>;
