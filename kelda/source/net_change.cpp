@@ -8,6 +8,7 @@
 #include "quantity.h"
 
 #include <fmt/format.h>
+#include <networkfile/references.h>
 #include <sparamlib/network_modal_data.h>
 #include <unistd.h>
 
@@ -17,8 +18,6 @@
 
 namespace {
 
-// How far S may be off after the way there and back, for the way there to be believed.
-constexpr double kWayBack = 1e-6;
 constexpr double kDegree = 3.14159265358979323846 / 180;
 
 void Warn(const std::vector<std::string>& warnings) {
@@ -70,29 +69,6 @@ Target VectorOf(const std::vector<Value>& values) {
             vector[static_cast<int>(i)] = Complex(values[i].real(), values[i].imag());
     }
     return vector;
-}
-
-double Largest(const ComplexMatrix& m, const ComplexMatrix* from = nullptr) {
-    double largest = 0;
-    for (int i = 0; i < m.Size(); ++i) {
-        const Complex to = from ? from->Data()[i] : Complex();
-        const double distance = std::hypot(m.Data()[i].re - to.re, m.Data()[i].im - to.im);
-        if (!(distance <= largest)) // a NaN as well
-            largest = distance;
-    }
-    return largest;
-}
-
-// Whether the point comes back from these references. The way leads through Y, which a short or an ideal through doesn't
-// have, and what comes out then is wrong without a sign of it.
-bool ComesBack(CNetworkDataSolution& solution, CNetworkData& point, const ComplexVector& references,
-               const ComplexVector& former) {
-    const ComplexMatrix& s = *point.GetSMatrix(true);
-    const auto trial = solution.CopyData(&point);
-    if (!trial->Renormalize(references) || !trial->Renormalize(former))
-        return false;
-    const ComplexMatrix* back = trial->GetSMatrix(true);
-    return back && Largest(s, back) <= kWayBack * std::max(1.0, Largest(s));
 }
 
 // Of one source: its reflection against another reference.
@@ -171,21 +147,14 @@ int ConvertNetwork(const NetChange& change) {
 int RenormalizeNetwork(const NetChange& change) {
     const auto solution = ReadAnswers(change.in);
     const auto references = Spread(change.references, *solution, "references");
-    const auto target = VectorOf<ComplexVector>(references);
+    if (references.size() != static_cast<std::size_t>(solution->GetMatrixSize()))
+        throw std::runtime_error("a port has several rows: one reference for each row");
     std::complex<double> source = references[0];
-    NeedS(*solution);
-    for (const auto [frequency, point] : solution->GetSolvedPoints()) {
-        const auto former = ReferencesOf(*point);
-        if (former.empty())
-            throw std::runtime_error("the data at " + FrequencyText(frequency) + " have no references");
-        source = former[0];
-        if (!ComesBack(*solution, *point, target, VectorOf<ComplexVector>(former)))
-            throw std::runtime_error(
-                "the network at " + FrequencyText(frequency) +
-                " has no admittances, as a short or an ideal through, and can't be renormalised");
+    if (solution->GetNumSolvedFrequencies() > 0) {
+        if (const auto former = ReferencesOf(*solution->GetSolvedPoints().First().point); !former.empty())
+            source = former[0];
     }
-    if (!solution->RenormalizePorts(target, true))
-        throw std::runtime_error("the network can't be renormalised to these references");
+    networkfile::Refer(*solution, VectorOf<ComplexVector>(references));
     RereferNoise(*solution, source, references[0]);
     return WriteNetwork(*solution, change);
 }

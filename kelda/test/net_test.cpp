@@ -84,11 +84,16 @@ TEST_F(NetTest, RefersToOtherImpedances) {
         ExpectNear(S("z.sol", "2GHz", 0, 0), c.s11);
         ExpectNear(S("z.sol", "2GHz", 1, 0), c.s21);
     }
-    // It would come out wrong, by way of admittances that it hasn't.
-    const auto refused = Net({"renorm", "through.s2p", "z.sol", "--z", "75"});
+    // Without admittances, by way of which it would come out wrong.
+    ASSERT_EQ(Net({"renorm", "through.s2p", "z.s2p", "--z", "25,100"}).status, 0);
+    ExpectNear(S("z.s2p", "1GHz", 0, 0), 0.6);
+    ExpectNear(S("z.s2p", "1GHz", 1, 0), 0.8);
+    Write("bare.sol", "$begin SolutionData\n\tObjectType='Modal'\n\t$begin Ports\n\t\tPort(PortName='a')\n"
+                      "\t$end Ports\n\t$begin Frequencies\n\t\t$begin DataPoint\n\t\t\tFrequency=1\n"
+                      "\t\t$end DataPoint\n\t$end Frequencies\n$end SolutionData\n");
+    const auto refused = Net({"renorm", "bare.sol", "z.sol", "--z", "75"});
     EXPECT_EQ(refused.status, 1);
-    EXPECT_NE(refused.err.find("through.s2p: the network at 1 GHz has no admittances"), std::string::npos)
-        << refused.err;
+    EXPECT_EQ(refused.err, "kelda: bare.sol: the data at 1 Hz have no references\n");
 }
 
 TEST_F(NetTest, MovesTheReferencePlanes) {

@@ -2,6 +2,7 @@
 
 #include "touchstone_solution.h"
 
+#include <networkfile/references.h>
 #include <platform/read_bytes.h>
 #include <sparamlib/network_modal_solution.h>
 #include <sparamlib/solution_factory.h>
@@ -20,6 +21,7 @@ namespace networkfile {
 namespace {
 
 constexpr int kAllDigits = 17;
+constexpr double kEngineOhms = 50.0;
 
 std::string Shown(const std::string& name) {
     return name == "-" ? "standard input" : name;
@@ -142,6 +144,26 @@ bool IsForEngine(std::u16string_view text) {
                        [](const CFrequencyMap::Entry& entry) { return entry.point->GetSMatrix(false); });
 }
 
+// The engine refers what it gets to 50 ohm by way of the admittances. Data at 50 ohm go without their references, which spares
+// them that way; a network without admittances is brought to 50 ohm before.
+void SpareTheAdmittances(std::unique_ptr<CNetworkDataSolution>& solution) {
+    const auto* modal = dynamic_cast<CNetworkModalSolution*>(solution.get());
+    if (!modal || solution->GetObjectType() != ObjectType::Modal || modal->GetPostprocSetup())
+        return;
+    const Complex reference(kEngineOhms);
+    if (!RefersTo(*solution, reference)) {
+        auto referred = solution->Clone();
+        try {
+            if (Refer(*referred, ComplexVector(solution->GetMatrixSize(), reference)))
+                return;
+        } catch (const std::runtime_error&) {
+            return; // the engine's to refuse
+        }
+        solution = std::move(referred);
+    }
+    ForgetReferences(*solution);
+}
+
 touchstone::Layout LayoutOf(const touchstone::Network& network, const WriteOptions& options) {
     touchstone::Layout layout = touchstone::LayoutFor(network);
     layout.format = options.format;
@@ -218,9 +240,10 @@ std::u16string ReadForEngine(const std::string& name) {
         if (IsForEngine(text))
             return text;
     }
-    const File file = ReadBytes(bytes, name);
+    File file = ReadBytes(bytes, name);
     try {
         CompleteS(*file.solution);
+        SpareTheAdmittances(file.solution);
     } catch (const std::runtime_error& error) {
         Refuse(name, error.what());
     }

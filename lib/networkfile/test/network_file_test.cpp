@@ -291,6 +291,29 @@ TEST_F(FolderTest, TheEngineGetsATextThatIsGoodAsItStandsAndAllElseRewritten) {
                   std::string::npos);
 }
 
+TEST_F(FolderTest, TheEngineGetsAnIdealThroughAsItIs) {
+    const double half = 1 / std::sqrt(2.0);
+    struct Row {
+        const char *what, *bytes;
+        ComplexMatrix s; // at 50 ohm
+    };
+    const Row rows[] = {
+        {"at the engine's reference", "# GHz S RI R 50\n1 0 0 1 0 1 0 0 0\n", Real({0, 1, 1, 0})},
+        {"at another one", "# GHz S RI R 75\n1 0 0 1 0 1 0 0 0\n", Real({0, 1, 1, 0})},
+        // A transformer of 1 to sqrt(2), matched between 25 and 50 ohm.
+        {"a transformer", "# GHz S RI R 25 50\n1 0 0 1 0 1 0 0 0\n",
+         Real({-1.0 / 3, 2 * half * 2 / 3, 2 * half * 2 / 3, 1.0 / 3})},
+        {"a short and an open", "# GHz S RI R 75\n1 -1 0 0 0 0 0 1 0\n", Real({-1, 0, 0, 1})},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        const auto solution = AsEngine(networkfile::ReadForEngine(Put("a.s2p", row.bytes)));
+        ASSERT_TRUE(solution);
+        solution->RenormalizePorts(ComplexVector(2, Complex(50)), true);
+        ExpectNear(S(*solution, 1e9), row.s, 1e-15);
+    }
+}
+
 TEST_F(FolderTest, HowASolutionIsToBePresentedGoesWithIt) {
     auto solution =
         ReadText(SolutionText(MatrixText("ZMatrix", "110", "100", "100", "120") + ImpedanceText("75")), "-");
