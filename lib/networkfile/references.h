@@ -18,7 +18,5 @@ bool Refer(CNetworkDataSolution& solution, const ComplexVector& impedances);
 
 // Whether all solved points are modal ones whose rows refer to this impedance.
 bool RefersTo(const CNetworkDataSolution& solution, const Complex& impedance);
-// Takes the modal points' references away, so that nothing refers them anew.
-void ForgetReferences(CNetworkDataSolution& solution);
 
 } // namespace networkfile

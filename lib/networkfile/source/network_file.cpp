@@ -5,6 +5,7 @@
 #include <networkfile/references.h>
 #include <platform/read_bytes.h>
 #include <sparamlib/network_modal_solution.h>
+#include <sparamlib/network_terminal_solution.h>
 #include <sparamlib/solution_factory.h>
 #include <streamio/binary_utils.h>
 #include <streamio/delimiter_grammar_default.h>
@@ -144,6 +145,21 @@ bool IsForEngine(std::u16string_view text) {
                        [](const CFrequencyMap::Entry& entry) { return entry.point->GetSMatrix(false); });
 }
 
+// S alone, as terminal points: those need no references, neither to be interpolated nor to be left as they are by whoever
+// refers them anew.
+std::unique_ptr<CNetworkDataSolution> WithoutReferences(CNetworkDataSolution& solution) {
+    auto bare = std::make_unique<CNetworkTerminalSolution>();
+    std::vector<CMatrixEntry*> entries;
+    for (int row = 0; row < solution.GetMatrixSize(); ++row)
+        entries.push_back(solution.GetMatrixEntry(static_cast<unsigned>(row)));
+    bare->SetMatrixEntries(entries, true);
+    bare->SetName(solution.GetName());
+    bare->SetSolutionType(solution.GetSolutionType());
+    for (const auto [frequency, point] : solution.GetSolvedPoints())
+        bare->AddData(frequency)->SetSMatrix(point->GetSMatrix(false), true);
+    return bare;
+}
+
 // The engine refers what it gets to 50 ohm by way of the admittances. Data at 50 ohm go without their references, which spares
 // them that way; a network without admittances is brought to 50 ohm before.
 void SpareTheAdmittances(std::unique_ptr<CNetworkDataSolution>& solution) {
@@ -161,7 +177,7 @@ void SpareTheAdmittances(std::unique_ptr<CNetworkDataSolution>& solution) {
         }
         solution = std::move(referred);
     }
-    ForgetReferences(*solution);
+    solution = WithoutReferences(*solution);
 }
 
 touchstone::Layout LayoutOf(const touchstone::Network& network, const WriteOptions& options) {

@@ -129,11 +129,4 @@ bool RefersTo(const CNetworkDataSolution& solution, const Complex& impedance) {
     });
 }
 
-void ForgetReferences(CNetworkDataSolution& solution) {
-    for (const auto [frequency, point] : solution.GetSolvedPoints()) {
-        if (auto* modal = dynamic_cast<CNetworkModalData*>(point))
-            modal->SetPortImpedance(nullptr, false);
-    }
-}
-
 } // namespace networkfile
