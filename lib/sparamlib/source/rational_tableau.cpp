@@ -1,13 +1,9 @@
 #include "rational_tableau.h"
 
+#include "lanes.h"
+
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
-
-// Elements go side by side through the same operations, in the width of the processor at hand: the frequencies, by
-// which alone the tableau's steps differ, are the same for all of them. Vectors are wider than the registers that the
-// build assumes, and go by reference within inlined functions only.
-#define TARVOK_INLINE [[gnu::always_inline]] static inline
 
 namespace {
 
@@ -15,16 +11,7 @@ constexpr double kSampleTolerance = 1e-06; // hertz
 constexpr double kShift = 1e-12;           // keeps equal neighbours from being a pole
 constexpr double kFarthest = 1e+32;
 
-template <int kWidth>
-struct VectorOf {
-    typedef double Numbers __attribute__((vector_size(kWidth * sizeof(double))));
-    typedef double Unaligned __attribute__((vector_size(kWidth * sizeof(double)), aligned(8), may_alias));
-    typedef std::int64_t Mask __attribute__((vector_size(kWidth * sizeof(double))));
-    static constexpr int kLanes = kWidth;
-};
-using V2 = VectorOf<2>;
-using V4 = VectorOf<4>;
-
+// Elements go side by side: the frequencies, by which alone the tableau's steps differ, are the same for all of them.
 struct Task {
     int samples;
     int nearest;           // the sample nearest to x
@@ -36,24 +23,6 @@ struct Task {
     Complex* error;
 };
 constexpr int kWorkOfSample = 4 * V4::kLanes;
-
-template <class V>
-TARVOK_INLINE void Load(typename V::Numbers& to, const double* from) {
-    to = *reinterpret_cast<const typename V::Unaligned*>(from);
-}
-template <class V>
-TARVOK_INLINE void Store(double* to, const typename V::Numbers& from) {
-    *reinterpret_cast<typename V::Unaligned*>(to) = from;
-}
-
-template <class Mask>
-TARVOK_INLINE bool IsAny(const Mask& mask) {
-    for (std::size_t lane = 0; lane < sizeof(Mask) / sizeof(std::int64_t); ++lane) {
-        if (mask[lane])
-            return true;
-    }
-    return false;
-}
 
 // (re, im) * right, as complex.h has it; `sum` is right's real part and imaginary part together. Real left factors have a
 // formula of their own; without `kWithReal` the product of one is wrong, and is marked in `wrong`.
@@ -177,8 +146,7 @@ bool FillPlain(const Task& task) {
 }
 
 bool FillBest(const Task& task) {
-    static const bool hasAvx2 = __builtin_cpu_supports("avx2");
-    return hasAvx2 ? FillAvx2(task) : FillPlain(task);
+    return HasAvx2() ? FillAvx2(task) : FillPlain(task);
 }
 #else
 bool FillBest(const Task& task) {
