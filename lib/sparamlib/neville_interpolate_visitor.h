@@ -29,11 +29,9 @@
 
 class CNevilleInterpolateVisitor : public CInterpolateVisitor {
 public:
+    bool VisitZephModal(CZephModalSolution* solution, CZephModalData* data) override;
     bool VisitModal(CNetworkModalSolution* solution, CNetworkModalData* data) override;
     bool VisitTerminal(CNetworkTerminalSolution* solution, CNetworkTerminalData* data) override;
     // S alone. False, and nothing is set, for a null `data` and without solved points.
     bool Visit(CNetworkDataSolution* solution, CNetworkData* data) override;
-
-    // VisitZephModal for any solution of modes whose points are a field solver's.
-    bool FillZephModal(CNetworkModalSolution* solution, CZephModalData* data);
 };

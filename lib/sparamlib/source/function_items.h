@@ -1,7 +1,7 @@
 // Function items of a stored block: found by name, taken apart by their arguments in order, and made from sequences.
 #pragma once
 
-#include <matrix/complex.h>
+#include <matrix/vec.h>
 #include <streamio/block.h>
 
 #include <cstdint>
@@ -70,6 +70,20 @@ void AppendArguments(io::CBlock& block, std::u16string_view name, Sequence& sequ
         T value{};
         if (GetArgument(*argument, value))
             sequence.push_back(value);
+    }
+}
+
+// Fills a vector from the function's numbers, in order. Elements that aren't there stay; more than there is room for are an
+// assertion.
+template <class T>
+void FillVector(const io::CBlock_func& function, Vector<T>& vector) {
+    CArguments arguments(function);
+    T value{};
+    for (int i = 0; arguments.Next(value); ++i) {
+        TARVOK_ASSERT_AT("math/matrix/vec", __LINE__, i < vector.Size(), "i < n_");
+        if (i >= vector.Size())
+            break;
+        vector[i] = value;
     }
 }
 

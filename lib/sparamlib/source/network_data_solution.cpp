@@ -5,6 +5,7 @@
 
 #include <sparamlib/neville_interpolate_visitor.h>
 #include <sparamlib/port_table.h>
+#include <sparamlib/zeph_interpolate_visitor.h>
 #include <streamio/streamio_manip.h>
 #include <utility/assertion.h>
 
@@ -194,6 +195,11 @@ CNetworkData* CNetworkDataSolution::GetData(double freq, double tol, bool interp
         [[fallthrough]];
     case SolutionType::InterpolateNeville: {
         CNevilleInterpolateVisitor visitor;
+        return Interpolate(freq, visitor, false);
+    }
+    case SolutionType::ZephFastSweep:
+    case SolutionType::ZephInterpolatingSweep: {
+        CZephInterpolateVisitor visitor;
         return Interpolate(freq, visitor, false);
     }
     default:

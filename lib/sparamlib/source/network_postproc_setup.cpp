@@ -45,14 +45,7 @@ void ReadVector(io::CBlock& block, std::u16string_view name, std::int32_t n,
     if (!stored)
         return;
     vector = std::make_unique<Vector<T>>(n, T());
-    CArguments arguments(*stored);
-    T value{};
-    for (int i = 0; arguments.Next(value); ++i) {
-        TARVOK_ASSERT_AT("math/matrix/vec", __LINE__, i < n, "i < n_");
-        if (i >= n)
-            break;
-        (*vector)[i] = value;
-    }
+    FillVector(*stored, *vector);
 }
 
 void Write(io::CBlock_func& function, const Complex& value) {
@@ -218,17 +211,9 @@ std::int32_t CNetworkPostprocSetup::ReadFromBlock(io::CBlock& block) {
                 mPortCharImpeds.push_back(kind);
         }
     }
-    if (const io::CBlock* pairs = FindBlock(block, u"DiffPairs")) {
-        for (const auto& item : *pairs) {
-            if (!item->IsBlock())
-                continue;
-            CZephDifferentialPair pair;
-            const std::int32_t code = pair.ReadFromBlock(static_cast<io::CBlock&>(*item));
-            if (code != 0 && code != 1)
-                return code;
-            mDiffPairs.push_back(std::move(pair));
-        }
-    }
+    const std::int32_t code = ReadPairs(block, u"DiffPairs", mDiffPairs);
+    if (code != 0 && code != 1)
+        return code;
     mExtrapToDC = false;
     mDoDCSnapping = false;
     mDCSnapTolerance = 0.0;

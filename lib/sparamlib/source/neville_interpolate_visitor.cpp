@@ -4,7 +4,7 @@
 
 #include <sparamlib/network_modal_solution.h>
 #include <sparamlib/network_terminal_solution.h>
-#include <sparamlib/zeph_modal_data.h>
+#include <sparamlib/zeph_modal_solution.h>
 
 #include <algorithm>
 #include <memory>
@@ -147,7 +147,7 @@ bool CNevilleInterpolateVisitor::VisitModal(CNetworkModalSolution* solution, CNe
     return true;
 }
 
-bool CNevilleInterpolateVisitor::FillZephModal(CNetworkModalSolution* solution, CZephModalData* data) {
+bool CNevilleInterpolateVisitor::VisitZephModal(CZephModalSolution* solution, CZephModalData* data) {
     if (!VisitModal(solution, data))
         return false;
     Filling filling(*solution, *data);

@@ -3,6 +3,8 @@
 #include <matrix/matrix_block.h>
 #include <sparamlib/port_table.h>
 
+#include <utility>
+
 namespace {
 
 // A matrix and a vector have a block for each row.
@@ -60,4 +62,21 @@ void WriteItem(io::CBlock& block, const wchar16* name, const std::unique_ptr<Com
 void WriteItem(io::CBlock& block, const wchar16* name, const std::unique_ptr<ComplexVector>& item) {
     if (item)
         WriteVectorBlock(block, *item, name);
+}
+
+std::int32_t ReadPairs(io::CBlock& block, std::u16string_view name,
+                       std::vector<CZephDifferentialPair>& pairs) {
+    const io::CBlock* stored = FindBlock(block, name);
+    if (!stored)
+        return 0;
+    for (const auto& item : *stored) {
+        if (!item->IsBlock())
+            continue;
+        CZephDifferentialPair pair;
+        const std::int32_t code = pair.ReadFromBlock(static_cast<io::CBlock&>(*item));
+        if (code != 0 && code != 1)
+            return code;
+        pairs.push_back(std::move(pair));
+    }
+    return 0;
 }

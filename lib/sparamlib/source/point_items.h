@@ -3,11 +3,13 @@
 
 #include <matrix/cmat.h>
 #include <matrix/vec.h>
+#include <sparamlib/zeph_differential_pair.h>
 #include <streamio/block.h>
 
 #include <cstdint>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 inline std::unique_ptr<ComplexMatrix> MakeItem(const ComplexMatrix*, int n) {
     return std::make_unique<ComplexMatrix>(n, n);
@@ -103,3 +105,8 @@ bool ReadItem(io::CBlock& block, std::u16string_view name, std::unique_ptr<T>& i
 // Appends the item's block, if the item is present.
 void WriteItem(io::CBlock& block, const wchar16* name, const std::unique_ptr<ComplexMatrix>& item);
 void WriteItem(io::CBlock& block, const wchar16* name, const std::unique_ptr<ComplexVector>& item);
+
+// Appends the differential pairs of the block of that name, whatever its blocks are called. 0 or 1, or the code of a pair
+// that fails, which ends the reading.
+std::int32_t ReadPairs(io::CBlock& block, std::u16string_view name,
+                       std::vector<CZephDifferentialPair>& pairs);

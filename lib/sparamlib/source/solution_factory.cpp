@@ -3,8 +3,8 @@
 #include "function_items.h"
 #include "point_items.h"
 
-#include <sparamlib/network_modal_solution.h>
-#include <sparamlib/network_terminal_solution.h>
+#include <sparamlib/zeph_modal_solution.h>
+#include <sparamlib/zeph_terminal_solution.h>
 #include <streamio/streamio_manip.h>
 #include <utility/assertion.h>
 
@@ -19,6 +19,10 @@ std::unique_ptr<CNetworkDataSolution> MakeSolution(ObjectType type) {
         return std::make_unique<CNetworkModalSolution>();
     case ObjectType::Terminal:
         return std::make_unique<CNetworkTerminalSolution>();
+    case ObjectType::ZephModal:
+        return std::make_unique<CZephModalSolution>();
+    case ObjectType::ZephTerminal:
+        return std::make_unique<CZephTerminalSolution>();
     default:
         return nullptr;
     }

@@ -17,6 +17,10 @@ TEST(Factory, ChoosesTheClassByKeywordOrNumber) {
     for (const Case& c : {
              Case{"ObjectType='Modal'\n", 1},
              Case{"ObjectType='terMINAL'\n", 2},
+             Case{"ObjectType='zephmodal'\n", 3},
+             Case{"ObjectType='ZephTerminal'\n", 4},
+             Case{"A(3, 0, 'n', 0)\n", 3},
+             Case{"A(4)\n", 4},
              Case{"ObjectType='None'\nA(1, 0, 'n', 0)\n", 0},
              Case{"ObjectType='Other'\nA(2, 0, 'n', 0)\n", 2},
              Case{"ObjectType='Other'\n", 0},
@@ -35,7 +39,9 @@ TEST(Factory, ChoosesTheClassByKeywordOrNumber) {
         if (!solution)
             continue;
         EXPECT_EQ(static_cast<int>(solution->GetObjectType()), c.type) << c.lines;
-        EXPECT_EQ(dynamic_cast<CNetworkModalSolution*>(solution.get()) != nullptr, c.type == 1) << c.lines;
+        EXPECT_EQ(dynamic_cast<CNetworkModalSolution*>(solution.get()) != nullptr, c.type % 2 == 1);
+        EXPECT_EQ(dynamic_cast<CZephModalSolution*>(solution.get()) != nullptr, c.type == 3) << c.lines;
+        EXPECT_EQ(dynamic_cast<CZephTerminalSolution*>(solution.get()) != nullptr, c.type == 4) << c.lines;
     }
 }
 

@@ -277,9 +277,9 @@ TEST(Neville, FillsAFieldSolversPointByTheImpedanceThatCounts) {
         data.SetTMatrix(&t, true);
         data.SetPMatrix(&t, true);
     }
-    solution.preferred = NetworkDataKind::Zvi;
+    solution.SetPreferredImpedance(NetworkDataKind::Zvi);
     CZephModalData point(&solution, 1.25e9);
-    ASSERT_TRUE(CNevilleInterpolateVisitor().FillZephModal(&solution, &point));
+    ASSERT_TRUE(CNevilleInterpolateVisitor().VisitZephModal(&solution, &point));
     for (const ComplexMatrix* matrix :
          {point.GetSMatrix(false), const_cast<ComplexMatrix*>(point.GetTMatrix()),
           const_cast<ComplexMatrix*>(point.GetPMatrix())})
@@ -294,11 +294,11 @@ TEST(Neville, FillsAFieldSolversPointByTheImpedanceThatCounts) {
     auto* third = solution.Add(9e8);
     third->SetZpv(nullptr, true);
     CZephModalData another(&solution, 1.25e9);
-    EXPECT_FALSE(CNevilleInterpolateVisitor().FillZephModal(&solution, &another));
+    EXPECT_FALSE(CNevilleInterpolateVisitor().VisitZephModal(&solution, &another));
     for (const auto [frequency, data] : solution.GetSolvedPoints())
         static_cast<CZephModalData*>(data)->SetZpv(nullptr, true);
     third->SetTMatrix(nullptr, true);
-    EXPECT_FALSE(CNevilleInterpolateVisitor().FillZephModal(&solution, &another));
+    EXPECT_FALSE(CNevilleInterpolateVisitor().VisitZephModal(&solution, &another));
     third->SetSMatrix(nullptr, true);
     EXPECT_FALSE(CNevilleInterpolateVisitor().Visit(&solution, &another));
 }

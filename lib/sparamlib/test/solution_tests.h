@@ -3,9 +3,8 @@
 
 #include "point_tests.h"
 
-#include <sparamlib/network_modal_solution.h>
-#include <sparamlib/network_terminal_solution.h>
-#include <sparamlib/zeph_modal_data.h>
+#include <sparamlib/zeph_modal_solution.h>
+#include <sparamlib/zeph_terminal_solution.h>
 
 #include <string>
 #include <utility>
@@ -38,17 +37,8 @@ Solution WithPoints(std::initializer_list<double> frequencies) {
     return solution;
 }
 
-// A field solver's points in a plain modal solution.
-class FieldPoints : public CNetworkModalSolution {
-public:
-    std::unique_ptr<CNetworkData> CreateData(double freq) override {
-        return std::make_unique<CZephModalData>(this, freq);
-    }
-    std::unique_ptr<CNetworkData> CreateData() override { return std::make_unique<CZephModalData>(); }
-    NetworkDataKind GetPreferredImpedance() const override { return preferred; }
+struct FieldPoints : CZephModalSolution {
     CZephModalData* Add(double freq) { return static_cast<CZephModalData*>(AddData(freq)); }
-
-    NetworkDataKind preferred = NetworkDataKind::Zpi;
 };
 
 inline io::CBlock BlockOf(const std::string& name, const std::string& lines) {

@@ -80,3 +80,38 @@ inline bool Same(double a, double b) {
 inline bool Same(const Complex& a, const Complex& b) {
     return Same(a.re, b.re) && Same(a.im, b.im);
 }
+
+// S of a two-port of equal sections (r + s l in series, g + s c in parallel) between 1 ohm ports, s = j frequency / 1e9:
+// of order 2 * sections.
+inline ComplexMatrix Ladder(double frequency, int sections, double r, double l, double g, double c) {
+    const Complex s(0.0, frequency / 1e9);
+    const Complex series = Complex(r) + Complex(l) * s, parallel = Complex(g) + Complex(c) * s;
+    Complex a = 1.0, b, cc, d = 1.0;
+    for (int i = 0; i < sections; ++i) {
+        b += a * series;
+        d += cc * series;
+        a += b * parallel;
+        cc += d * parallel;
+    }
+    const Complex sum = a + b + cc + d;
+    return Matrix_(2, {Quotient(a + b - cc - d, sum), Quotient(Complex(2.0), sum),
+                       Quotient(Complex(2.0), sum), Quotient(Complex() - a + b - cc + d, sum)});
+}
+// Two resonators, at 2 and 2.1 GHz, with losses of 1 / q.
+inline ComplexMatrix Resonators(double frequency, double q) {
+    const Complex s(0.0, frequency / 2e9);
+    const Complex first = Quotient(s, s * s + Complex(1 / q) * s + Complex(1.0));
+    const Complex second = Quotient(s, s * s + Complex(1 / q) * s + Complex(1.1025));
+    const Complex through = Complex(0.4 / q) * (first - second);
+    return Matrix_(2, {Complex(0.5 / q) * first - Complex(0.9), through, through,
+                       Complex(0.5 / q) * second - Complex(0.8)});
+}
+
+// What is read again, with all digits.
+inline io::CBlock BlockFrom(CNetworkDataSolution& solution) {
+    io::CBlock written(AString(u"SolutionData")), read;
+    EXPECT_TRUE(solution.WriteToBlock(written, true));
+    AString text;
+    EXPECT_TRUE(read.FromText(written.ToText(text, 0, 17)));
+    return read;
+}
