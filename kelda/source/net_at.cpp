@@ -56,6 +56,8 @@ public:
     Table(const NetQuestion& question, CNetworkDataSolution& solution)
         : m_Question(question), m_HasValues(question.out.empty()) {
         solution.GetSolvedRange(m_Low, m_High);
+        const SolutionType type = solution.GetSolutionType();
+        m_HasEstimate = type == SolutionType::InterpolateNeville || type == SolutionType::DiscreteSweep;
         if (!question.json)
             m_Text = "# Hz origin error" + (m_HasValues ? Entries(solution.GetMatrixSize()) : "") + "\n";
     }
@@ -84,7 +86,8 @@ private:
     }
     void AddLine(double frequency, CNetworkData& point, const char* origin, bool isHeld) {
         m_Text += fmt::format("{} {} {}", frequency, origin,
-                              isHeld ? std::string("-") : fmt::format("{:.3g}", point.GetAuxValue()));
+                              isHeld || !m_HasEstimate ? std::string("-")
+                                                       : fmt::format("{:.3g}", point.GetAuxValue()));
         if (m_HasValues) {
             const ComplexMatrix& matrix = MatrixOf(point, m_Question.form.kind);
             for (int i = 0; i < matrix.Size(); ++i)
@@ -94,7 +97,7 @@ private:
     }
     void AddObject(double frequency, CNetworkData& point, const char* origin, bool isHeld) {
         nlohmann::json object = {{"frequency", frequency}, {"origin", origin}};
-        if (!isHeld)
+        if (!isHeld && m_HasEstimate)
             object["error"] = point.GetAuxValue();
         if (m_HasValues) {
             const ComplexMatrix& matrix = MatrixOf(point, m_Question.form.kind);
@@ -113,6 +116,7 @@ private:
 
     const NetQuestion& m_Question;
     const bool m_HasValues;
+    bool m_HasEstimate = false; // a sweep's fit has none
     double m_Low = 0;
     double m_High = 0;
     std::string m_Text;

@@ -6,6 +6,7 @@
 #include "net_change.h"
 #include "net_info.h"
 #include "net_plot.h"
+#include "net_sweep.h"
 #include "quantity.h"
 
 #include <CLI/CLI.hpp>
@@ -34,6 +35,7 @@ struct Options {
     NetChange change;
     NetQuestion question;
     NetPicture picture;
+    NetSweep sweep;
     std::string kind = "s";
     std::string format = "ri";
     bool json = false;
@@ -173,6 +175,40 @@ void AddNetCommand(CLI::App& app, int& status) {
         ->type_name("OUT");
     at->add_flag("--json", options->json, "One object a frequency");
     AddForm(at, *options);
+
+    NetSweep& run = options->sweep;
+    CLI::App* sweep =
+        add("sweep", "Which frequencies an adaptive sweep takes of dense data, and how well its fit holds",
+            "sweep filter.s2p --tolerance 1e-4 -o fit.sol", [options] {
+                options->question.in = options->sweep.in;
+                options->sweep.json = options->json;
+                return SweepNetwork(options->sweep);
+            });
+    sweep->add_option("DATA", run.in, "A network at many frequencies, in the solver's place")
+        ->required()
+        ->type_name("");
+    sweep->add_option("--tolerance", run.tolerance, "The difference of two fits below which it stops")
+        ->required()
+        ->type_name("T")
+        ->check(CLI::PositiveNumber);
+    sweep->add_option("--max-basis", run.maxBasis, "The most samples; 50 without it")
+        ->type_name("N")
+        ->check(CLI::Range(2, 100000));
+    sweep->add_option("--passes", run.passes, "Tests in a row that must be passed; 1 without it")
+        ->type_name("N")
+        ->check(CLI::Range(1, 1000));
+    sweep
+        ->add_option_function<std::string>(
+            "-o,--output",
+            [&run](const std::string& name) {
+                const auto form = networkfile::FormOfName(name);
+                if (!form || *form == networkfile::Form::kTouchstone)
+                    throw CLI::ValidationError("--output", "'" + name + "' doesn't end in .sol or .solb");
+                run.out = name;
+            },
+            "A solution with its basis, .sol or .solb")
+        ->type_name("OUT");
+    sweep->add_flag("--json", options->json, "One object");
 
     NetPicture& picture = options->picture;
     CLI::App* plot = add("plot", "A picture of networks", "plot fit.sol solver.s2p --entry 21,11 -o fit.svg",

@@ -63,7 +63,8 @@ std::vector<double> CurveFrequencies(const CNetworkDataSolution& solution) {
     double high = 0;
     solution.GetSolvedRange(low, high);
     std::vector<double> frequencies;
-    solution.GetFrequencies(frequencies, true);
+    for (const auto [frequency, point] : solution.GetSolvedPoints())
+        frequencies.push_back(frequency);
     for (int i = 1; i < kCurvePoints - 1; ++i)
         frequencies.push_back(low + (high - low) * i / (kCurvePoints - 1));
     std::sort(frequencies.begin(), frequencies.end());

@@ -162,6 +162,52 @@ TEST_F(NetTest, DrawsPictures) {
         EXPECT_NE(picture.find(title), std::string::npos) << title;
 }
 
+TEST_F(NetTest, PlaysASolverWithDenseData) {
+    // Two resonances and a pole, at 201 frequencies in GHz.
+    const auto network = [](double f) {
+        const std::complex<double> j(0, 1);
+        return 0.5 / (1.0 + j * f) + 0.2 / (1.0 + 8.0 * j * (f - 1.5)) + 0.2 / (1.0 + 15.0 * j * (f - 3.1));
+    };
+    std::string dense = "# GHz S RI R 50\n";
+    for (int i = 0; i <= 200; ++i) {
+        const double f = 0.1 + 0.02 * i;
+        const auto through = network(f), reflected = 1.0 - through;
+        std::ostringstream line;
+        line.precision(17);
+        line << f;
+        for (const auto value : {reflected, through, through, reflected})
+            line << " " << value.real() << " " << value.imag();
+        dense += line.str() + "\n";
+    }
+    Write("pole.s2p", dense);
+    for (const char* passes : {"1", "3"}) {
+        const auto result =
+            Net({"sweep", "pole.s2p", "--tolerance", "1e-6", "--passes", passes, "-o", "fit.sol", "--json"});
+        ASSERT_EQ(result.status, 0) << result.err;
+        const Json sweep = Json::parse(result.out);
+        EXPECT_EQ(sweep["converged"], true);
+        EXPECT_LT(sweep["largest_error"], 1e-6);
+        const auto samples = sweep["samples"].size();
+        EXPECT_LT(samples, 30u);
+        EXPECT_DOUBLE_EQ(sweep["samples"][0]["frequency"], 4.1e9);
+        EXPECT_DOUBLE_EQ(sweep["samples"][1]["frequency"], 1e8);
+        const Json info = Json::parse(Net({"info", "fit.sol", "--json"}).out);
+        EXPECT_EQ(info["frequencies"].size(), samples);
+        EXPECT_EQ(info["type"], "ZephInterpolatingSweep");
+        ExpectNear(S("fit.sol", "4.1GHz", 1, 0), network(4.1));
+        EXPECT_NEAR(std::abs(S("fit.sol", "1.234GHz", 1, 0) - network(1.234)), 0, 1e-6);
+        ASSERT_EQ(Net({"plot", "fit.sol", "pole.s2p", "--entry", "21", "-o", "fit.svg"}).status, 0);
+        EXPECT_NE(ReadAll(m_Folder / "fit.svg").find(std::to_string(samples) + " samples"),
+                  std::string::npos);
+    }
+    const auto full = Net({"sweep", "pole.s2p", "--tolerance", "1e-300", "--max-basis", "5"});
+    EXPECT_NE(full.out.find("# the basis is full after 5 samples\n"), std::string::npos)
+        << full.out << full.err;
+    const auto refused = Net({"sweep", "through.s2p", "--tolerance", "1e-3"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.err.rfind("kelda: through.s2p: ", 0), 0u) << refused.err;
+}
+
 TEST_F(NetTest, SaysWhatIsWrongWithACommand) {
     struct {
         Words arguments;
@@ -184,6 +230,11 @@ TEST_F(NetTest, SaysWhatIsWrongWithACommand) {
         {{"convert", "missing.s2p", "o.s2p"}, 1, "kelda: missing.s2p: No such file or directory\n"},
         {{"convert", "through.s2p", "o.s2p", "--param", "y"}, 1, "there is no Y at"},
         {{"convert", "series.s2p", "o.s2p", "--param", "h"}, 2, "--param"},
+        {{"sweep", "series.s2p", "-o", "o.sol"}, 2, "--tolerance is required"},
+        {{"sweep", "series.s2p", "--tolerance", "-1"}, 2, "--tolerance"},
+        {{"sweep", "series.s2p", "--tolerance", "1", "-o", "o.s2p"},
+         2,
+         "'o.s2p' doesn't end in .sol or .solb"},
         {{"plot", "series.s2p", "-o", "o.jpg"}, 2, "'o.jpg' doesn't end in"},
         {{"plot", "series.s2p", "--entry", "2"}, 2, "'2' is not an entry"},
         {{"plot", "series.s2p", "--entry", "21,31"}, 1, "series.s2p: there is no entry (3,1) in 2 rows"},
