@@ -17,16 +17,6 @@ namespace {
 
 constexpr double kDegree = 3.14159265358979323846 / 180;
 
-const ComplexMatrix& MatrixOf(CNetworkData& point, touchstone::Kind kind) {
-    const ComplexMatrix* matrix = kind == touchstone::Kind::Y   ? point.GetYMatrix(true)
-                                  : kind == touchstone::Kind::Z ? point.GetZMatrix(true)
-                                                                : point.GetSMatrix(true);
-    if (!matrix)
-        throw std::runtime_error(fmt::format("the data at {} give no {}", FrequencyText(point.GetFrequency()),
-                                             static_cast<char>(kind)));
-    return *matrix;
-}
-
 std::string ValueText(const Complex& value, touchstone::Format format) {
     const std::complex<double> z(value.re, value.im);
     switch (format) {

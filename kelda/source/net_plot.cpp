@@ -47,17 +47,6 @@ struct Trace {
     Curve samples; // of an interpolated curve: where it was solved
 };
 
-std::complex<double> ValueAt(CNetworkData& point, touchstone::Kind kind, int row, int column) {
-    const ComplexMatrix* matrix = kind == touchstone::Kind::Y   ? point.GetYMatrix(true)
-                                  : kind == touchstone::Kind::Z ? point.GetZMatrix(true)
-                                                                : point.GetSMatrix(true);
-    if (!matrix)
-        throw std::runtime_error(fmt::format("the data at {} give no {}", FrequencyText(point.GetFrequency()),
-                                             static_cast<char>(kind)));
-    const Complex& value = (*matrix)[row - 1][column - 1];
-    return {value.re, value.im};
-}
-
 std::vector<double> CurveFrequencies(const CNetworkDataSolution& solution) {
     double low = 0;
     double high = 0;
@@ -128,7 +117,9 @@ void AddTraces(const NetPicture& picture, const std::string& name, std::vector<T
             throw std::runtime_error(name + ": there are no data at " + FrequencyText(frequency));
         for (std::size_t i = 0; i < entries.size(); ++i) {
             Trace& trace = traces[first + i];
-            const auto value = ValueAt(*point, picture.kind, entries[i].first, entries[i].second);
+            const Complex& element =
+                MatrixOf(*point, picture.kind)[entries[i].first - 1][entries[i].second - 1];
+            const std::complex<double> value(element.re, element.im);
             for (Curve* curve : {&trace.curve, isSolved ? &trace.samples : nullptr}) {
                 if (!curve)
                     continue;

@@ -4,6 +4,7 @@
 #include "printable.h"
 #include "quantity.h"
 
+#include <fmt/format.h>
 #include <sparamlib/network_modal_solution.h>
 #include <sparamlib/network_terminal_solution.h>
 
@@ -58,4 +59,14 @@ std::string RowName(const CNetworkDataSolution& solution, int row) {
     const std::string name =
         Printable(ToUtf8(solution.GetMatrixEntryName(static_cast<unsigned>(row))), LineEnds::kWritten);
     return name.empty() ? std::to_string(row + 1) : name;
+}
+
+const ComplexMatrix& MatrixOf(CNetworkData& point, touchstone::Kind kind) {
+    const ComplexMatrix* matrix = kind == touchstone::Kind::Y   ? point.GetYMatrix(true)
+                                  : kind == touchstone::Kind::Z ? point.GetZMatrix(true)
+                                                                : point.GetSMatrix(true);
+    if (!matrix)
+        throw std::runtime_error(fmt::format("the data at {} give no {}", FrequencyText(point.GetFrequency()),
+                                             static_cast<char>(kind)));
+    return *matrix;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <sparamlib/network_data_solution.h>
+#include <touchstone/touchstone.h>
 
 #include <complex>
 #include <memory>
@@ -18,6 +19,9 @@ bool IsPostprocessed(const CNetworkDataSolution& solution);
 // std::runtime_error with the frequency for which it gives none.
 std::unique_ptr<CNetworkDataSolution> Collect(CNetworkDataSolution& source,
                                               const std::vector<double>& frequencies);
+
+// The point's matrix, computed where need be. Throws std::runtime_error where there is none.
+const ComplexMatrix& MatrixOf(CNetworkData& point, touchstone::Kind kind);
 
 // A row's name in the form that its solution has, for a person: "P1", or its number from 1.
 std::string RowName(const CNetworkDataSolution& solution, int row);
