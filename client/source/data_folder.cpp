@@ -64,8 +64,6 @@ std::vector<DataFile> ListFiles(const std::string& folder) {
 }
 
 std::string Listed(const std::vector<DataFile>& files) {
-    if (files.empty())
-        return "no network data at all";
     std::string text;
     for (std::size_t i = 0; i < std::min(files.size(), kMostListed); ++i)
         text += (i > 0 ? ", " : "") + files[i].name;
@@ -110,7 +108,9 @@ std::string FindFile(const std::string& folder, const std::string& design) {
             Matching(files, [&](const std::string& name) { return Wide(name).CompareNoCase(wanted) == 0; });
     }
     if (found.empty())
-        throw Refusal{DataFolder::kNoDesign, "there is no such file in " + folder + ", but " + Listed(files)};
+        throw Refusal{DataFolder::kNoDesign,
+                      "there is no such file in " + folder +
+                          (files.empty() ? ", and no other network data" : ", but " + Listed(files))};
     if (found.size() > 1)
         throw Refusal{DataFolder::kNoDesign, folder + " has several files of that name: " + Listed(found)};
     return (fs::path(folder) / found.front().name).string();

@@ -155,7 +155,7 @@ std::vector<NportData> data_of(const std::vector<Nport>& nports, const std::vect
             throw JobError(
                 CKT_NO_DATA,
                 fmt::format("{}: the data of the N-port \"{}\" (design \"{}\") comes from a client, and "
-                            "there is none here that has data (no \"FieldSolver\")",
+                            "none is here that gives any (kelda run --data DIR does)",
                             place, nport.name, nport.design));
         data.emplace_back(nport, place, frequencies,
                           reinterpret_cast<ckt_field_solver_call_back>(client->second), messages);
