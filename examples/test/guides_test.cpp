@@ -96,11 +96,14 @@ protected:
     // The project's folder as the reader has it, with the programs where the shell finds them. Their home is empty.
     GuidesTest() {
         fs::create_directories(m_Home / "tarvokengine/docs");
-        fs::create_directories(m_Home / "tarvokengine/build");
         fs::copy(PROJECT "/examples", m_Home / "tarvokengine/examples", fs::copy_options::recursive);
         if (fs::exists(PROJECT "/docs/gallery"))
             fs::copy(PROJECT "/docs/gallery", m_Home / "tarvokengine/docs/gallery");
-        fs::copy(EXAMPLE_KERNEL, m_Home / "tarvokengine/build");
+        for (const fs::path kernel : {CHAIN_KERNEL, LAG_KERNEL}) {
+            const fs::path folder = m_Home / "tarvokengine/build" / kernel.parent_path().filename();
+            fs::create_directories(folder);
+            fs::copy(kernel, folder);
+        }
         unsetenv("TARVOK_SERVER"); // the engine beside kelda
         for (const char* variable : {"XDG_CONFIG_HOME", "LANGUAGE", "LANG", "TARVOK_MESSAGES"})
             unsetenv(variable);
