@@ -14,14 +14,16 @@
 
 namespace {
 
-// The words of a message, in the user's language where there is a catalogue of it.
+// The words of a message, in the user's language where there is a catalogue of it; else the text that it carries.
 std::string Words(BSTR form) {
     static MessageCatalogue catalogue;
     OrvaneMessage message(0, 0, 0, 0, 0, AString(), AString());
-    AString error;
     message.FromText(AString(form, SysStringLen(form)));
-    message.BuildMessage(error, &catalogue);
-    return std::string(message.m_Message.ToNarrow(kEncodingUtf8));
+    const AString* carried = message.GetArgumentText(0);
+    AString words = carried ? *carried : AString(), error;
+    if (catalogue.GetLib(message.m_LibId) && message.BuildMessage(error, &catalogue))
+        words = message.m_Message;
+    return std::string(words.ToNarrow(kEncodingUtf8));
 }
 
 class Progress : public JobProgress {
