@@ -40,10 +40,11 @@ double Median(std::vector<double> times) {
     return times[times.size() / 2];
 }
 
-// Random poles in 1 to 3 GHz with losses of 1 / q or more, the same in all elements: n by n, symmetric.
+// Random poles in 1 to 3 GHz with losses of 1 / q or more, the same in all elements: n by n, symmetric. Behind lines of up
+// to so many seconds it is of no finite order.
 class Network {
 public:
-    Network(int n, int poles, double q, unsigned seed) : m_Size(n) {
+    Network(int n, int poles, double q, unsigned seed, double delay = 0.0) : m_Size(n) {
         std::mt19937_64 random(seed);
         const auto between = [&](double low, double high) {
             return std::uniform_real_distribution<double>(low, high)(random);
@@ -54,6 +55,8 @@ public:
                 pole.coupling.push_back(between(-1.0, 1.0) / std::sqrt(n));
             m_Poles.push_back(pole);
         }
+        for (int i = 0; i < n; ++i)
+            m_Delays.push_back(between(0.5, 1.0) * delay);
     }
     int Size() const { return m_Size; }
     void Fill(double frequency, ComplexMatrix& s) const {
@@ -68,8 +71,11 @@ public:
                                pole.coupling[static_cast<std::size_t>(j)] * resonance;
             }
         }
-        for (int i = 0; i < m_Size; ++i)
+        for (int i = 0; i < m_Size; ++i) {
             s[i][i] -= Complex(0.5);
+            for (int j = 0; j < m_Size; ++j)
+                s[i][j] *= Line(frequency, i) * Line(frequency, j);
+        }
     }
     ComplexMatrix At(double frequency) const {
         ComplexMatrix s(m_Size, m_Size);
@@ -78,12 +84,18 @@ public:
     }
 
 private:
+    Complex Line(double frequency, int port) const {
+        const double phase = -2 * 3.141592653589793 * frequency * m_Delays[static_cast<std::size_t>(port)];
+        return {std::cos(phase), std::sin(phase)};
+    }
+
     struct Pole {
         double f, loss;
         std::vector<double> coupling;
     };
     int m_Size;
     std::vector<Pole> m_Poles;
+    std::vector<double> m_Delays;
 };
 
 // The samples of a sweep in an order in which they may come, the last one in the middle of an interval.
@@ -189,17 +201,17 @@ CNetworkModalSolution Dense(const Network& network, int count) {
 }
 
 // Medians and worst cases over networks of their own.
-void Samples(int n, int poles, double q) {
+void Samples(int n, int poles, double q, double delay) {
     fmt::print(
-        "{} ports, {} resonances of Q up to {}: tolerance, samples (median, most), true error (median, "
-        "worst), not converged\n",
-        n, poles, q);
+        "{} ports, {} resonances of Q up to {}, lines of {:.1f} ns: tolerance, samples (median, most), true "
+        "error (median, worst), not converged\n",
+        n, poles, q, 1e9 * delay);
     for (int passes : {1, 2}) {
         for (double tolerance : {1e-2, 1e-3, 1e-4, 1e-5, 1e-6}) {
             std::vector<double> samples, errors;
             int open = 0;
             for (unsigned seed = 0; seed < 20; ++seed) {
-                CNetworkModalSolution dense = Dense(Network(n, poles, q, 100 + seed), 2001);
+                CNetworkModalSolution dense = Dense(Network(n, poles, q, 100 + seed, delay), 2001);
                 const AdaptiveSweep sweep =
                     RunAdaptiveSweep(dense, {.tolerance = tolerance, .maxBasis = 100, .passes = passes});
                 samples.push_back(static_cast<double>(sweep.samples.size()));
@@ -226,6 +238,8 @@ int main(int argc, char** argv) {
     Choose(2, 20);
     Whole(Network(16, 60, 200, 3), 1e-3, 60);
     Whole(Network(16, 25, 200, 3), 1e-3, 60);
-    Samples(2, 6, 200);
-    Samples(4, 12, 1000);
+    Samples(2, 6, 200, 0.0);
+    Samples(4, 12, 1000, 0.0);
+    Samples(2, 6, 200, 0.5e-9);
+    Samples(4, 12, 1000, 0.5e-9);
 }

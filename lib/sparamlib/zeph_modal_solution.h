@@ -33,7 +33,7 @@
 class CZephModalSolution : public CNetworkModalSolution {
 public:
     // Points of a sweep's output grid that are computed; a larger one is refused.
-    static constexpr std::int32_t kMaxGridSize = 1000000;
+    static constexpr std::int32_t kMaxGridSize = 262144;
 
     CZephModalSolution() : CNetworkModalSolution(ObjectType::ZephModal) {}
     CZephModalSolution(const CZephModalSolution& other) : CZephModalSolution() { *this = other; }

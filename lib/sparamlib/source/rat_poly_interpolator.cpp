@@ -131,7 +131,6 @@ TARVOK_INLINE void EvaluateSome(const CRatPolyFit& fit, const double* frequencie
     using Numbers = typename V::Numbers;
     Numbers x[kVectors], square[kVectors];
     StageValue<V> t[kVectors] = {};
-    typename V::Mask marked[kVectors] = {};
     for (int v = 0; v < kVectors; ++v) {
         Load<V>(x[v], frequencies + v * V::kLanes);
         square[v] = x[v] * x[v];
@@ -141,12 +140,11 @@ TARVOK_INLINE void EvaluateSome(const CRatPolyFit& fit, const double* frequencie
         const double b = fit.B()[k];
         const double c = fit.C()[k];
         for (int v = 0; v < kVectors; ++v) {
-            marked[v] |= x[v] == c;
             if (c != 0.0)
                 Extend<V>(t[v], x[v], c * c - square[v], a, b);
             else
                 ExtendAtDC<V>(t[v], x[v], b);
-            Invert<V>(t[v], marked[v]);
+            Invert<V>(t[v]);
         }
     }
     for (int v = 0; v < kVectors; ++v) {
@@ -154,13 +152,14 @@ TARVOK_INLINE void EvaluateSome(const CRatPolyFit& fit, const double* frequencie
             ExtendAtDC<V>(t[v], x[v], 0.0);
         t[v].re = fit.Scale() * t[v].re;
         t[v].im = fit.Scale() * t[v].im;
-        MarkInfinite<V>(t[v], marked[v]);
         Store<V>(re + v * V::kLanes, t[v].re);
         Store<V>(im + v * V::kLanes, t[v].im);
-        if (!IsAny(marked[v])) [[likely]]
+        typename V::Mask isInfinite;
+        FindInfinite<V>(t[v], isInfinite);
+        if (!IsAny(isInfinite)) [[likely]]
             continue;
         for (int lane = 0; lane < V::kLanes; ++lane) {
-            if (!marked[v][lane])
+            if (!isInfinite[lane])
                 continue;
             const int i = v * V::kLanes + lane;
             const Complex value = fit.Evaluate(Complex(0.0, frequencies[i]));

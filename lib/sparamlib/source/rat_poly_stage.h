@@ -2,8 +2,9 @@
 // coefficients are vectors or one number for all lanes, whichever differs.
 //
 // The operations are those of CRatPolyFit::Evaluate with what is zero at s = j x left out, so that the results are the
-// same to the bit but for the sign of zeros, unless a lane is marked: where T becomes 0, at a node, and where the end
-// isn't finite.
+// same to the bit but for the sign of zeros. At a node the factor is zero, whatever finite T it meets. A T that has become
+// zero has no reciprocal, and what isn't finite stays so: where the end isn't finite, the value is to be had from
+// CRatPolyFit::Evaluate.
 #pragma once
 
 #include "lanes.h"
@@ -33,14 +34,13 @@ TARVOK_INLINE void ExtendAtDC(StageValue<V>& t, const X& x, const Number& b) {
 
 // 1 / T
 template <class V>
-TARVOK_INLINE void Invert(StageValue<V>& t, typename V::Mask& marked) {
+TARVOK_INLINE void Invert(StageValue<V>& t) {
     const typename V::Numbers q = t.re * t.re + t.im * t.im;
-    marked |= q == 0.0;
     t.re = t.re / q;
     t.im = -(t.im / q);
 }
 
 template <class V>
-TARVOK_INLINE void MarkInfinite(const StageValue<V>& t, typename V::Mask& marked) {
-    marked |= (t.re - t.re != 0.0) | (t.im - t.im != 0.0);
+TARVOK_INLINE void FindInfinite(const StageValue<V>& t, typename V::Mask& isInfinite) {
+    isInfinite = (t.re - t.re != 0.0) | (t.im - t.im != 0.0);
 }

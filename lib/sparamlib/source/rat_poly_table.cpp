@@ -11,7 +11,7 @@ constexpr int kLanes = kVectors * V4::kLanes;
 
 // An empty stage: 1 / (b + ...) vanishes.
 constexpr double kEmptyB = 1e300;
-constexpr double kEmptyC = -1.0;
+constexpr double kEmptyC = 1.0;
 
 RatPolyTable::Block MakeBlock(const std::vector<CRatPolyFit>& fits, int first) {
     const int count = std::min(kLanes, static_cast<int>(fits.size()) - first);
@@ -48,7 +48,6 @@ TARVOK_INLINE void EvaluateVectors(const RatPolyTable::Block& block, const std::
     const Numbers x = frequency - Numbers{};
     const Numbers square = x * x;
     StageValue<V> t[kCount] = {};
-    typename V::Mask marked[kCount] = {};
     for (int k = block.stages - 1; k >= 0; --k) {
         const double* stage = block.coefficients.data() + 3 * kLanes * k;
         const bool isAtDC = block.isAtDC[static_cast<std::size_t>(k)];
@@ -57,7 +56,6 @@ TARVOK_INLINE void EvaluateVectors(const RatPolyTable::Block& block, const std::
             Load<V>(a, stage + v * V::kLanes);
             Load<V>(b, stage + v * V::kLanes + kLanes);
             Load<V>(c, stage + v * V::kLanes + 2 * kLanes);
-            marked[v] |= x == c;
             StageValue<V> atDC = t[v];
             Extend<V>(t[v], x, c * c - square, a, b);
             if (isAtDC) {
@@ -65,7 +63,7 @@ TARVOK_INLINE void EvaluateVectors(const RatPolyTable::Block& block, const std::
                 t[v].re = c == 0.0 ? atDC.re : t[v].re;
                 t[v].im = c == 0.0 ? atDC.im : t[v].im;
             }
-            Invert<V>(t[v], marked[v]);
+            Invert<V>(t[v]);
         }
     }
     for (int v = 0; v < kCount; ++v) {
@@ -76,12 +74,14 @@ TARVOK_INLINE void EvaluateVectors(const RatPolyTable::Block& block, const std::
         ExtendAtDC<V>(withS, x, 0.0);
         t[v].re = scale * (zero != 0.0 ? withS.re : t[v].re);
         t[v].im = scale * (zero != 0.0 ? withS.im : t[v].im);
-        MarkInfinite<V>(t[v], marked[v]);
+        typename V::Mask isInfinite;
+        FindInfinite<V>(t[v], isInfinite);
         const int first = v * V::kLanes;
         for (int lane = 0; lane < std::min(V::kLanes, block.fits - first); ++lane) {
             const int fit = block.firstFit + first + lane;
-            out[fit] = marked[v][lane] ? fits[static_cast<std::size_t>(fit)].Evaluate(Complex(0.0, frequency))
-                                       : Complex(t[v].re[lane], t[v].im[lane]);
+            out[fit] = isInfinite[lane]
+                           ? fits[static_cast<std::size_t>(fit)].Evaluate(Complex(0.0, frequency))
+                           : Complex(t[v].re[lane], t[v].im[lane]);
         }
     }
 }

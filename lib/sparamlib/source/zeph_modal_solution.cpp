@@ -16,11 +16,6 @@ namespace {
 constexpr double kPointTolerance = 1e-05; // hertz
 constexpr double kMaxGridElements = 134217728.0;
 
-struct ImpedanceKeyword {
-    NetworkDataKind kind;
-    std::u16string_view keyword;
-};
-
 double SnappedPart(double r, double tolerance) {
     for (double to : {1.0, -1.0, 0.0}) {
         if (std::fabs(r - to) <= tolerance)
