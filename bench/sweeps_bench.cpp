@@ -1,9 +1,12 @@
 // Fitted sweeps against the plain way, on one thread: a fit evaluated at many frequencies, the choice of the next frequency
-// against the same written out (and to the same bits), a whole adaptive sweep of many ports, and the samples that a
+// against the same written out (and to the same bits), a whole adaptive sweep of many ports, a reply
+// that holds a sweep, and the samples that a
 // tolerance takes with the true error that it leaves. Times are of the processor; a ratio is that of medians, by turns in
 // one run. `sweeps_bench [rounds]`.
 #include <sparamlib/adaptive_sweep.h>
+#include <sparamlib/solution_factory.h>
 #include <sparamlib/test/plain_sweep.h>
+#include <streamio/block.h>
 
 #include <fmt/format.h>
 
@@ -200,6 +203,63 @@ CNetworkModalSolution Dense(const Network& network, int count) {
     return dense;
 }
 
+// From the text of a reply to all matrices at 50 ohm, with a sweep and with all points stored.
+void Road(int n, int samples, int count) {
+    const Network network(n, samples - 5, 50, 4);
+    CZephModalSolution sweep, stored;
+    const auto fill = [&](CZephModalSolution& solution, double frequency) {
+        auto* point = static_cast<CZephModalData*>(solution.AddData(frequency));
+        point->SetSMatrix(new ComplexMatrix(network.At(frequency)), false);
+        point->SetZpi(new ComplexVector(n, Complex(40.0)), false);
+    };
+    for (CZephModalSolution* solution : {&sweep, &stored}) {
+        std::vector<CMatrixEntry*> entries;
+        for (int i = 0; i < n; ++i)
+            entries.push_back(new CMatrixEntry(AString(fmt::format("P{}", i)), i));
+        solution->SetMatrixEntries(entries, false);
+    }
+    auto basis = std::make_unique<CZephInterpolator>(n);
+    basis->m_LowSampleFreq = 1e9;
+    basis->m_HighSampleFreq = 3e9;
+    basis->m_NumSamples = count;
+    for (double frequency : Frequencies(samples))
+        fill(sweep, frequency);
+    sweep.SetInterpolator(std::move(basis));
+    std::vector<double> frequencies;
+    for (int i = 0; i < count; ++i) {
+        frequencies.push_back(1e9 + 2e9 * i / (count - 1));
+        fill(stored, frequencies.back());
+    }
+    const auto textOf = [](CZephModalSolution& solution) {
+        io::CBlock block(solution.GetBlockName());
+        Require(solution.WriteToBlock(block, false));
+        AString text;
+        return block.ToText(text, 0, 17);
+    };
+    const auto answer = [&](const AString& text) {
+        return Seconds([&] {
+            io::CBlock block;
+            Require(block.FromText(text));
+            const auto solution = CreateNetworkSolution(block);
+            for (double frequency : frequencies)
+                Require(solution->GetData(frequency, 1e-5, true, false));
+            solution->RenormalizePorts(ComplexVector(n, Complex(50.0)), true);
+            for (double frequency : frequencies)
+                Require(solution->GetData(frequency, 1e-5, true, false)->GetSMatrix(false));
+        });
+    };
+    const AString sweepText = textOf(sweep), storedText = textOf(stored);
+    std::vector<double> ours, theirs;
+    for (int round = 0; round < std::min(gRounds, 5); ++round) {
+        ours.push_back(answer(sweepText));
+        theirs.push_back(answer(storedText));
+    }
+    fmt::print(
+        "reply of {} ports at {} frequencies   sweep of {} samples {:.3f} s   stored points {:.3f} s   ratio "
+        "{:.3f}\n",
+        n, count, samples, Median(ours), Median(theirs), Median(ours) / Median(theirs));
+}
+
 // Medians and worst cases over networks of their own.
 void Samples(int n, int poles, double q, double delay) {
     fmt::print(
@@ -238,6 +298,7 @@ int main(int argc, char** argv) {
     Choose(2, 20);
     Whole(Network(16, 60, 200, 3), 1e-3, 60);
     Whole(Network(16, 25, 200, 3), 1e-3, 60);
+    Road(16, 30, 1001);
     Samples(2, 6, 200, 0.0);
     Samples(4, 12, 1000, 0.0);
     Samples(2, 6, 200, 0.5e-9);

@@ -346,6 +346,60 @@ TEST(ZephSolution, AtDCItIsRealAndSnapsIfTheSetupSaysSo) {
     }
 }
 
+// As the engine takes a reply to its kernel: every frequency, a reference of 50 ohm, every frequency again.
+template <class Solution, class Change>
+std::vector<ComplexMatrix> Replied(const Change& change, const std::vector<double>& frequencies) {
+    Solution solver;
+    Solve(solver);
+    io::CBlock block = BlockFrom(solver);
+    change(block);
+    const auto reply = CreateNetworkSolution(block);
+    std::vector<ComplexMatrix> matrices;
+    for (double f : frequencies)
+        SOf(reply->GetData(f, 1e-5, true, false));
+    EXPECT_TRUE(reply->RenormalizePorts(ComplexVector(2, Complex(50)), true));
+    for (double f : frequencies)
+        matrices.push_back(SOf(reply->GetData(f, 1e-5, true, false)));
+    return matrices;
+}
+
+TEST(ZephSweep, AnswersOnTheFieldSolversRoadAtFiftyOhm) {
+    const std::vector<double> frequencies{0.0, 1.234e9, 3e9, 3.2e9};
+    const auto asItIs = [](io::CBlock&) {};
+    const auto modal = Replied<CZephModalSolution>(asItIs, frequencies);
+    const auto terminal = Replied<CZephTerminalSolution>(asItIs, frequencies);
+    for (std::size_t i = 1; i < frequencies.size(); ++i) {
+        CZephModalSolution owner;
+        SetRows(owner, {u"A", u"B"});
+        CZephModalData point(&owner, frequencies[i]);
+        Fill(point);
+        EXPECT_TRUE(point.Renormalize(ComplexVector(2, Complex(50))));
+        EXPECT_LT(LargestDifference(modal[i], SOf(&point)), 1e-5) << frequencies[i];
+        CZephTerminalData form(&owner, frequencies[i]);
+        Fill(form);
+        EXPECT_TRUE(form.RenormalizeVectors(Vector_({50, 60}), ComplexVector(2, Complex(50))));
+        EXPECT_LT(LargestDifference(terminal[i], SOf(&form)), 1e-5) << frequencies[i];
+    }
+    // With a setup that is asked for DC the last S is real, and snaps.
+    for (bool isSnapped : {false, true}) {
+        const auto withSetup = [isSnapped](io::CBlock& block) {
+            CNetworkPostprocSetup setup({1, 1});
+            setup.mExtrapToDC = true;
+            setup.mDoDCSnapping = isSnapped;
+            setup.mDCSnapTolerance = 10.0;
+            const io::CBlockPtr stored(new io::CBlock(AString(u"Postprocessing")));
+            EXPECT_TRUE(setup.WriteToBlock(*stored.Get()));
+            block.Add(stored);
+        };
+        const auto replied = Replied<CZephModalSolution>(withSetup, frequencies);
+        for (int e = 0; e < 4; ++e) {
+            EXPECT_EQ(replied[0].Data()[e].im, 0.0);
+            EXPECT_EQ(replied[0].Data()[e].re == 1.0, isSnapped);
+        }
+        EXPECT_TRUE(Equal(replied[1], modal[1]));
+    }
+}
+
 TEST(ZephSolution, ServesTerminalPointsAnewAndKeepsTheEarlierOnes) {
     FieldPoints solution;
     SetRows(solution, {u"A", u"B"});
