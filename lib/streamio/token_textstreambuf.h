@@ -1,7 +1,8 @@
 // The text form: runs a grammar's tables over characters, and writes tokens with blanks, quotes and escapes.
 //
-// Text in memory that a grammar of the token grammar's shape reads (whatever its characters) is taken in runs
-// of one class; every other stream, grammar and mode goes character by character, with equal results.
+// Text in memory that a grammar of the token grammar's shape reads (whatever its characters) is taken in runs of one class, and
+// items of usual spelling as wholes, these in the delimiter grammar's shape, too; every other stream, grammar and mode
+// goes character by character, with equal results.
 #pragma once
 
 #include <streamio/base_grammar.h>
@@ -68,7 +69,7 @@ private:
     void TakeChar();
     void PushBackChar(wchar16 ch);
     int PeekByteSequence();
-    bool IsPlain(const ScanTables& tables) const;
+    bool IsPlain() const;
     bool ReadRun();
     void ReadByStates(int state);
     bool Act(ScanAction action, int ch, int& next);

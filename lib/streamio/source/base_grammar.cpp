@@ -220,6 +220,7 @@ bool IsSpaceOrControl(int ch) {
 
 // Whether the folded tables treat exactly the usual characters as parts of numbers.
 bool HasUsualNumbers(const ScanTables& tables) {
+    const bool apart = tables.tokenShape; // a leading zero has a state of its own
     for (int ch = 0; ch < 256; ++ch) {
         const bool digit = ch >= '0' && ch <= '9';
         const bool sign = ch == '+' || ch == '-';
@@ -227,13 +228,14 @@ bool HasUsualNumbers(const ScanTables& tables) {
         const auto is = [&](int state, int next, bool expected) {
             return (tables.next[state][ch] == next) == expected;
         };
-        const bool usual = is(0, 8, ch == '0') && is(0, 11, digit && ch != '0') && is(0, 9, sign) &&
-                           is(0, 10, ch == '.') && is(8, 11, digit) && is(8, 28, ch == '.') &&
-                           is(8, 29, mark) && is(8, 26, ch == 'x') && is(9, 11, digit) &&
-                           is(9, 25, ch == '.') && is(10, 28, digit) && is(11, 11, digit) &&
-                           is(11, 28, ch == '.') && is(11, 29, mark) && is(25, 28, digit) &&
-                           is(28, 28, digit) && is(28, 29, mark) && is(29, 30, digit) && is(29, 31, sign) &&
-                           is(30, 30, digit) && is(31, 30, digit);
+        const bool zero = apart && ch == '0';
+        const bool usual = is(0, 8, zero) && is(0, 11, digit && !zero) && is(0, 9, sign) &&
+                           is(0, 10, ch == '.') && is(8, 11, apart && digit) &&
+                           is(8, 28, apart && ch == '.') && is(8, 29, apart && mark) &&
+                           is(8, 26, apart && ch == 'x') && is(9, 11, digit) && is(9, 25, ch == '.') &&
+                           is(10, 28, digit) && is(11, 11, digit) && is(11, 28, ch == '.') &&
+                           is(11, 29, mark) && is(25, 28, digit) && is(28, 28, digit) && is(28, 29, mark) &&
+                           is(29, 30, digit) && is(29, 31, sign) && is(30, 30, digit) && is(31, 30, digit);
         if (!usual)
             return false;
     }
@@ -344,17 +346,21 @@ const ScanTables& CBase_grammar::MakeScanTables() const {
                 static_cast<std::uint8_t>(m_Transitions[static_cast<std::size_t>(state)]
                                                        [static_cast<std::size_t>(Classify(ch, state))]);
     }
-    TransitionTable transitions;
-    for (auto& row : transitions)
-        row.fill(kInvalidState);
-    ActionTable actions;
-    actions.fill(ScanAction::Invalid);
-    WriteTokenTables(transitions, actions);
-    tables->tokenShape = transitions == m_Transitions && actions == m_Actions && m_Types == kStateTypes;
-    tables->usualNumbers = tables->tokenShape && HasUsualNumbers(*tables);
-    tables->usualItems =
-        tables->usualNumbers && tables->next[0]['$'] == 5 && m_CDataBeginWord.find(u'$') == 0;
-    for (const char symbol : {'=', '(', ')', '[', ']', ',', ':'})
+    const auto hasShape = [this](void (*write)(TransitionTable&, ActionTable&)) {
+        TransitionTable transitions;
+        for (auto& row : transitions)
+            row.fill(kInvalidState);
+        ActionTable actions;
+        actions.fill(ScanAction::Invalid);
+        write(transitions, actions);
+        return transitions == m_Transitions && actions == m_Actions && m_Types == kStateTypes;
+    };
+    tables->tokenShape = hasShape(WriteTokenTables);
+    tables->delimiterShape = hasShape(WriteDelimiterTables);
+    tables->usualNumbers = (tables->tokenShape || tables->delimiterShape) && HasUsualNumbers(*tables);
+    const bool cdata = tables->tokenShape ? m_CDataBeginWord.find(u'$') == 0 : m_CDataBeginWord.empty();
+    tables->usualItems = tables->usualNumbers && tables->next[0]['$'] == 5 && cdata;
+    for (const char symbol : std::string_view(tables->tokenShape ? "=(),[]:" : "=(),"))
         tables->usualItems = tables->usualItems && tables->next[0][static_cast<int>(symbol)] == 3;
 
     const ScanTables* expected = nullptr;

@@ -99,6 +99,8 @@ bool CTextRoad::TakeWord(CToken& out, CWordCache& words) {
     const std::u16string_view word = From(first);
     if (*first == u'$') // a keyword of blocks, or CData
         return false;
+    if (m_Tables.delimiterShape && word.size() == 1 && !IsAlphanumeric(*first)) // a symbol
+        return false;
     const bool isTrue = MatchesWord(word, m_Tables.grammar->GetTrueWord());
     if (isTrue || MatchesWord(word, m_Tables.grammar->GetFalseWord())) {
         const TokenType kind = isTrue ? TokenType::True : TokenType::False;
@@ -135,7 +137,7 @@ bool CTextRoad::TakeElement(CToken& out, CWordCache& words) {
     const int state = State(0);
     if (IsNumberState(state)) {
         const wchar16* const behind = ScanNumber(m_Place.at, m_End, m_KeepSource, out);
-        if (!behind)
+        if (!behind || (m_Tables.delimiterShape && behind < m_End && m_Tables.Next(kWord, *behind) == kWord))
             return false;
         m_Place.at = behind;
     } else if (state == kWord) {

@@ -105,6 +105,8 @@ public:
     }
     // What stands between two elements or arguments.
     bool TakeSeparator() { return TakeSymbol(u','); }
+    // Where vectors are known.
+    bool TakeVecBegin() { return !m_Tables.delimiterShape && TakeSymbol(u'['); }
     // The numbers and other elements from the bracket on.
     bool TakeElements(CTokenArray& elements, CWordCache& words);
 
@@ -145,6 +147,7 @@ public:
         TakeSymbol(u',');
         return true;
     }
+    bool TakeVecBegin() { return TakeSymbol(u'['); }
     bool TakeElements(CTokenArray& elements, CWordCache& words);
 
 private:

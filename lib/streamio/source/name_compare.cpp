@@ -19,6 +19,11 @@ wchar16 UpperUnit(wchar16 unit) {
     return upper <= 0xFFFF ? static_cast<wchar16>(upper) : unit;
 }
 
+bool IsAlphanumeric(wchar16 unit) {
+    return unit < 128 &&
+           ((unit >= u'0' && unit <= u'9') || (LowerUnit(unit) >= u'a' && LowerUnit(unit) <= u'z'));
+}
+
 int CompareFolded(std::u16string_view a, std::u16string_view b) {
     const std::size_t common = std::min(a.size(), b.size());
     for (std::size_t i = 0; i < common; ++i) {

@@ -9,6 +9,8 @@ namespace io {
 
 wchar16 LowerUnit(wchar16 unit);
 wchar16 UpperUnit(wchar16 unit);
+// A letter or digit of ASCII.
+bool IsAlphanumeric(wchar16 unit);
 
 // Negative, 0 or positive.
 int CompareFolded(std::u16string_view a, std::u16string_view b);

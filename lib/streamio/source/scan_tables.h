@@ -12,9 +12,12 @@ struct ScanTables {
     // The transitions, actions and kinds are those of CToken_grammar, whatever its characters are: the buffer
     // may then take runs of one class at once.
     bool tokenShape = false;
-    // Besides, the characters of numbers are the usual ones, so that numbers may be read as such.
+    // The same of CDelimiter_grammar, where a number that runs on is a word.
+    bool delimiterShape = false;
+    // In either shape the characters of numbers are the usual ones, so that numbers may be read as such.
     bool usualNumbers = false;
-    // Besides, the characters between the parts of an item stand for themselves, and CData begins with "$".
+    // Besides, the characters between the parts of an item stand for themselves (brackets of vectors may be part of words
+    // in the delimiter shape), and CData, if there is any, begins with "$".
     bool usualItems = false;
 
     const CBase_grammar* grammar = nullptr;

@@ -46,10 +46,6 @@ wchar16 Unescape(wchar16 ch) {
     }
 }
 
-bool IsAlphanumeric(wchar16 ch) {
-    return (ch >= u'0' && ch <= u'9') || (LowerUnit(ch) >= u'a' && LowerUnit(ch) <= u'z' && ch < 128);
-}
-
 // Continuation bytes that belong to one sequence at most; a longer run is read as characters of its own.
 constexpr std::size_t kMostContinuations = 5;
 
@@ -127,16 +123,19 @@ void CToken_textstreambuf::ReadToken() {
 }
 
 // Whether runs may be taken straight from memory.
-bool CToken_textstreambuf::IsPlain(const ScanTables& tables) const {
-    return m_MemoryIn && m_Mode == kMemoryMode && tables.tokenShape && m_Runs && m_PushBackCount == 0 &&
+bool CToken_textstreambuf::IsPlain() const {
+    return m_MemoryIn && m_Mode == kMemoryMode && m_Runs && m_PushBackCount == 0 &&
            m_CaseMode >= kExactMode && !m_KeepComments && !m_KeepWhiteSpace;
 }
 
 std::optional<CTextRoad> CToken_textstreambuf::OpenRoad(const BlockKeywords& keywords) const {
     const ScanTables& tables = m_Grammar->GetScanTables();
     const std::u16string_view cdata = m_Grammar->GetCDataBeginWord();
-    if (!IsPlain(tables) || !tables.usualItems || m_TokenPushBackCount > 0 ||
-        keywords.begin.starts_with(cdata) || keywords.end.starts_with(cdata))
+    const auto isCData = [cdata](std::u16string_view keyword) {
+        return !cdata.empty() && keyword.starts_with(cdata);
+    };
+    if (!IsPlain() || !tables.usualItems || m_TokenPushBackCount > 0 || isCData(keywords.begin) ||
+        isCData(keywords.end))
         return {};
     const wchar16* const begin = m_MemoryIn->Cur() - m_MemoryIn->Offset(m_MemoryIn->Cur());
     return CTextRoad(tables, keywords, m_KeepSourceText, {begin + m_TokenStart, m_LineNumber, m_AtLineStart},
@@ -152,7 +151,7 @@ void CToken_textstreambuf::CloseRoad(const RoadPlace& place) {
 
 bool CToken_textstreambuf::ReadRun() {
     const ScanTables& tables = m_Grammar->GetScanTables();
-    if (!IsPlain(tables))
+    if (!IsPlain() || !tables.tokenShape)
         return false;
     const wchar16* p = m_MemoryIn->Cur();
     const wchar16* const end = m_MemoryIn->End();
@@ -252,8 +251,8 @@ bool CToken_textstreambuf::ReadRun() {
 
 void CToken_textstreambuf::ReadNumbers(CTokenArray& out) {
     const ScanTables& tables = m_Grammar->GetScanTables();
-    const bool direct =
-        IsPlain(tables) && tables.usualNumbers && m_TokenPushBackCount == 0 && tables.Next(0, u',') == 3;
+    const bool direct = IsPlain() && tables.tokenShape && tables.usualNumbers && m_TokenPushBackCount == 0 &&
+                        tables.Next(0, u',') == 3;
     out.push_back(std::move(m_Current));
     m_Current.Clear();
     if (direct) {

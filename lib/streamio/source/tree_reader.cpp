@@ -322,7 +322,7 @@ bool CTreeReader::TakeItem(Road& road) {
         if (!road.TakeElement(value, m_Words))
             return false;
         item = CBlockItemPtr(new CBlock_named_value(std::move(name), std::move(value)));
-    } else if (road.TakeSymbol(u'[')) {
+    } else if (road.TakeVecBegin()) {
         auto* vec = new CBlock_vec(std::move(name));
         item = CBlockItemPtr(vec);
         if (!road.TakeElements(vec->mElements, m_Words))
@@ -347,7 +347,7 @@ bool CTreeReader::TakeArguments(Road& road, CBlock_func& func) {
     do {
         CToken first;
         if (!road.TakeElement(first, m_Words) || IsNoName(first, false) || road.TakeSymbol(u'(') ||
-            road.TakeSymbol(u'['))
+            road.TakeVecBegin())
             return false;
         CBlock_func_arg* arg = nullptr;
         if (road.TakeSymbol(u'=')) {

@@ -69,6 +69,9 @@ constexpr const char* kTexts[] = {
     "A\n",
     "$begin A\nx=1 % y=2\na-b=3\nx=-.5 y=+1 z=.5e-3 w=1.e5\nx=123456789012345678901234567890\n$end A\n",
     "$begin A\nlonger=longer longer=longer\nlong=1 longer2=2 lon=3 lo$g=4\n$end A\n",
+    "$begin A\nx=1.5a y=1e5x z=1e+ w=- q=+1 r=.5. s=-.x t=0x1f u=1-2 o=a'b'\n+=1 ab=+ [=2 c(1.2.3, [, -, 4e, "
+    "5)\nv [2: 1, 2]\nw[1](3)\n1.5=2 1.5a=3 v[2=4\n$=5 e=6 E5=7 \xC2\xB0=8\n$begin b[\nx=1\n$end "
+    "b[\n$end[\n$end A\n",
     "$begin ''\n$begin 12\n$begin true\nx=1\n$end true\n$end 12\n$end ''\n",
     "f A\n< A\nx=1\n> A\n",
 };
