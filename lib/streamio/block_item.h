@@ -263,7 +263,7 @@ public:
     void SetName(const AString& name) override;
     const CToken& GetNameToken() const override { return mName; }
     bool IsNamed() const override { return true; }
-    std::size_t GetSize() const override { return mArgs.size(); }
+    std::size_t GetSize() const override { return mPlainCount > 0 ? mPlainCount : mArgs.size(); }
     void Clear() override;
     bool IsFunc() const override { return true; }
     CMemoryStats GetMemoryStats(bool addSelf) const override;
@@ -284,7 +284,12 @@ public:
     // A null pointer is ignored.
     void Add(const CBlockFuncArgPtr& arg) { Add(CBlockFuncArgPtr(arg)); }
     void Add(CBlockFuncArgPtr&& arg);
-    void Reserve(std::size_t count) { mArgs.reserve(count); }
+    // A plain value.
+    void AddValue(CToken value);
+    void Reserve(std::size_t count) {
+        if (count > kMostPlain)
+            Items().reserve(count);
+    }
     CBlock_func& operator<<(const CBlock_named_value& value);
     CBlock_func& operator<<(const AString& text);
     CBlock_func& operator<<(const wchar16* text);
@@ -307,9 +312,12 @@ public:
     bool IsGood() const { return mGood; }
     void SetGood(bool good) { mGood = good; }
 
-    Args::const_iterator begin() const { return mArgs.begin(); }
-    Args::const_iterator end() const { return mArgs.end(); }
-    const CBlockFuncArgPtr& operator[](std::size_t index) const { return mArgs[index]; }
+    Args::const_iterator begin() const { return Items().begin(); }
+    Args::const_iterator end() const { return Items().end(); }
+    const CBlockFuncArgPtr& operator[](std::size_t index) const { return Items()[index]; }
+    // The values themselves while there are one or two that were added as plain ones and that nobody has asked for as
+    // items: then they take no items. Null if not; `GetSize` says how many.
+    const CToken* GetPlainValues() const { return mPlainCount > 0 ? mPlain : nullptr; }
 
 protected:
     bool TakeContent(CBlock_item& other) override;
@@ -318,13 +326,24 @@ private:
     friend class CTreeReader;
     friend class CTreeTeardown;
 
+    static constexpr std::size_t kMostPlain = 2; // a complex number's
+
+    Args& Items() const {
+        if (mPlainCount > 0)
+            MakeItems();
+        return mArgs;
+    }
+    void MakeItems() const;
     const CBlock_func_arg* GetInnermostFirst() const;
     const CBlock_func_arg* NextPlain();
     void Step(bool good);
 
     CToken mName;
-    Args mArgs;
-    std::size_t mCursor = 0;
+    // The arguments, held in one of two ways.
+    mutable Args mArgs;
+    mutable CToken mPlain[kMostPlain];
+    std::uint32_t mCursor = 0;
+    mutable std::uint8_t mPlainCount = 0;
     bool mGood = true;
 };
 

@@ -266,12 +266,12 @@ bool CBlock_named_value::TakeContent(CBlock_item& other) {
 }
 
 CBlock_func::CBlock_func(const CBlock_func& other)
-    : CBlock_func_arg(other), mName(other.mName), mArgs(other.mArgs) {}
+    : CBlock_func_arg(other), mName(other.mName), mArgs(other.Items()) {}
 
 CBlock_func& CBlock_func::operator=(const CBlock_func& other) {
     if (this == &other)
         return *this;
-    Args former = std::exchange(mArgs, other.mArgs);
+    Args former = std::exchange(Items(), other.Items());
     mName = other.mName;
     mCursor = 0;
     mGood = true;
@@ -286,7 +286,15 @@ CBlock_func::~CBlock_func() {
 void CBlock_func::Clear() {
     if (!mArgs.empty())
         CTreeTeardown::Release(std::move(mArgs));
+    mPlainCount = 0;
     mCursor = 0;
+}
+
+void CBlock_func::MakeItems() const {
+    const std::size_t count = std::exchange(mPlainCount, std::uint8_t{0});
+    mArgs.reserve(count);
+    for (std::size_t i = 0; i < count; ++i)
+        mArgs.emplace_back(new CBlock_value(std::move(mPlain[i])));
 }
 
 void CBlock_func::Read(CAbstract_istream& s) {
@@ -317,16 +325,16 @@ bool CBlock_func::TakeContent(CBlock_item& other) {
         return false;
     Clear();
     mName = func->mName;
-    mArgs = std::move(func->mArgs);
+    mArgs = std::move(func->Items());
     mGood = true;
     return true;
 }
 
 const CBlock_func_arg* CBlock_func::GetInnermostFirst() const {
-    const CBlock_func_arg* first = mArgs.empty() ? nullptr : mArgs.front().Get();
+    const CBlock_func_arg* first = Items().empty() ? nullptr : mArgs.front().Get();
     while (first && first->IsFunc()) {
         const auto* func = static_cast<const CBlock_func*>(first);
-        first = func->mArgs.empty() ? nullptr : func->mArgs.front().Get();
+        first = func->Items().empty() ? nullptr : func->mArgs.front().Get();
     }
     return first;
 }
@@ -379,7 +387,15 @@ bool CBlock_func::GetDouble(double& out) const {
 void CBlock_func::Add(CBlockFuncArgPtr&& arg) {
     if (!arg)
         return;
-    mArgs.push_back(std::move(arg));
+    Items().push_back(std::move(arg));
+    mCursor = 0;
+    mGood = true;
+}
+
+void CBlock_func::AddValue(CToken value) {
+    if (!mArgs.empty() || mPlainCount == kMostPlain)
+        return Add(CBlockFuncArgPtr(new CBlock_value(std::move(value))));
+    mPlain[mPlainCount++] = std::move(value);
     mCursor = 0;
     mGood = true;
 }
@@ -389,28 +405,28 @@ CBlock_func& CBlock_func::operator<<(const CBlock_named_value& value) {
     return *this;
 }
 CBlock_func& CBlock_func::operator<<(const AString& text) {
-    Add(CBlockFuncArgPtr(new CBlock_value(CToken(TokenType::SingleQuotedText, text))));
+    AddValue(CToken(TokenType::SingleQuotedText, text));
     return *this;
 }
 CBlock_func& CBlock_func::operator<<(const wchar16* text) {
-    Add(CBlockFuncArgPtr(new CBlock_value(CToken(TokenType::SingleQuotedText, text))));
+    AddValue(CToken(TokenType::SingleQuotedText, text));
     return *this;
 }
 CBlock_func& CBlock_func::operator<<(double value) {
-    Add(CBlockFuncArgPtr(new CBlock_value(CToken(TokenType::Double, value))));
+    AddValue(CToken(TokenType::Double, value));
     return *this;
 }
 CBlock_func& CBlock_func::operator<<(int value) {
-    Add(CBlockFuncArgPtr(new CBlock_value(CToken(TokenType::Int, value))));
+    AddValue(CToken(TokenType::Int, value));
     return *this;
 }
 CBlock_func& CBlock_func::operator<<(bool value) {
-    Add(CBlockFuncArgPtr(new CBlock_value(CToken(value ? TokenType::True : TokenType::False))));
+    AddValue(CToken(value ? TokenType::True : TokenType::False));
     return *this;
 }
 
 const CBlock_func_arg* CBlock_func::NextPlain() {
-    if (!mGood || mCursor >= mArgs.size() || !mArgs[mCursor]->IsValue())
+    if (!mGood || mCursor >= Items().size() || !mArgs[mCursor]->IsValue())
         return nullptr;
     return mArgs[mCursor].Get();
 }
@@ -443,7 +459,7 @@ CBlock_func& CBlock_func::operator>>(bool& value) {
 
 bool CBlock_func::FindNamed(CBlockFuncArgPtr& out, const wchar16* name) {
     const std::u16string_view wanted = name ? std::u16string_view(name) : std::u16string_view();
-    for (std::size_t i = 0; i < mArgs.size(); ++i) {
+    for (std::size_t i = 0; i < Items().size(); ++i) {
         const std::size_t index = (mCursor + i) % mArgs.size();
         const CToken& token = mArgs[index]->GetNameToken();
         CToken::Scratch scratch;
@@ -451,7 +467,7 @@ bool CBlock_func::FindNamed(CBlockFuncArgPtr& out, const wchar16* name) {
         const bool comparable = token.IsText() || token.HasText() || token.GetType() == TokenType::Null;
         if (!comparable || !EqualFolded(token.GetText(scratch), wanted))
             continue;
-        mCursor = index;
+        mCursor = static_cast<std::uint32_t>(index);
         mGood = true;
         out = mArgs[index];
         return true;

@@ -227,6 +227,13 @@ struct CNumberParts {
     bool point = false;
 
     bool AreFew() const { return wholeCount + fractionCount <= kMostDigits; }
+    // Whether they didn't wrap: zeros in front add nothing.
+    bool Fit() const {
+        std::ptrdiff_t left = wholeCount + fractionCount;
+        for (const wchar16* p = whole; left > kMostDigits && (*p == u'0' || *p == u'.'); ++p)
+            left -= *p == u'0' ? 1 : 0;
+        return left <= kMostDigits;
+    }
     // As most programs write it: no sign but a minus, no needless zeros in front, digits on both sides of a point.
     bool IsUsual() const {
         return AreFew() && isSigned == negative && wholeCount > 0 && (wholeCount == 1 || *whole != u'0') &&
@@ -268,8 +275,7 @@ struct CNumberParts {
 
     const TokenType kind = plain && !parts.point ? TokenType::Int : TokenType::Double;
     double value = 0;
-    if (!parts.AreFew() ||
-        !ComputeDouble(parts.digits, exponent - static_cast<int>(parts.fractionCount), value))
+    if (!parts.Fit() || !ComputeDouble(parts.digits, exponent - static_cast<int>(parts.fractionCount), value))
         ParseDouble({text, static_cast<std::size_t>(p - text)}, value);
     else if (parts.negative)
         value = -value;

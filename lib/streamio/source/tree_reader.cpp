@@ -349,16 +349,14 @@ bool CTreeReader::TakeArguments(Road& road, CBlock_func& func) {
         if (!road.TakeElement(first, m_Words) || IsNoName(first, false) || road.TakeSymbol(u'(') ||
             road.TakeVecBegin())
             return false;
-        CBlock_func_arg* arg = nullptr;
         if (road.TakeSymbol(u'=')) {
             CToken value;
             if (!road.TakeElement(value, m_Words))
                 return false;
-            arg = new CBlock_named_value(std::move(first), std::move(value));
+            func.Items().emplace_back(new CBlock_named_value(std::move(first), std::move(value)));
         } else {
-            arg = new CBlock_value(std::move(first));
+            func.AddValue(std::move(first));
         }
-        func.mArgs.emplace_back(arg);
         if (road.TakeSymbol(u')'))
             return true;
     } while (road.TakeSeparator());

@@ -8,6 +8,14 @@
 
 namespace io {
 
+void WriteItemName(const CToken& name, CAbstract_ostream& s) {
+    CToken::Scratch scratch;
+    if (name.IsQuoted() && name.HasText())
+        s.WriteText(name.GetText(scratch));
+    else
+        s.Write(name);
+}
+
 // Looks into items.
 class CTreeWalk {
 public:
@@ -49,15 +57,26 @@ struct Frame {
     std::size_t next = 0;
 };
 
-} // namespace
-
-void WriteItemName(const CToken& name, CAbstract_ostream& s) {
-    CToken::Scratch scratch;
-    if (name.IsQuoted() && name.HasText())
-        s.WriteText(name.GetText(scratch));
-    else
-        s.Write(name);
+// A function of plain values; false if it is none.
+bool WritePlain(const CBlock_item& item, bool binary, CAbstract_ostream& s) {
+    const CBlock_func* func = Container(item).func;
+    const CToken* values = func ? func->GetPlainValues() : nullptr;
+    if (!values)
+        return false;
+    WriteItemName(func->GetNameToken(), s);
+    s.WriteChar(u'(');
+    for (std::size_t i = 0; i < func->GetSize(); ++i) {
+        if (i > 0 && !binary) {
+            s.WriteChar(u',');
+            s.WriteChar(u' ');
+        }
+        CBlock_value::WriteValue(values[i], s);
+    }
+    s.WriteChar(u')');
+    return true;
 }
+
+} // namespace
 
 void WriteTree(const CBlock_item& root, CAbstract_ostream& s) {
     const bool binary = s.IsBinary();
@@ -94,11 +113,12 @@ void WriteTree(const CBlock_item& root, CAbstract_ostream& s) {
         const CBlock_item* item = container.Child(frame.next++);
         if (!item)
             continue;
-        if (IsOwnClass(*item)) {
+        if (!IsOwnClass(*item)) {
+            item->Write(s);
+        } else if (frames.size() >= kMaxNesting || !WritePlain(*item, binary, s)) {
             open(*item);
             continue;
         }
-        item->Write(s);
         if (container.block)
             s.EnsureNewLine();
     }
@@ -175,10 +195,17 @@ std::uint32_t SizeOfTree(const CBlock_item& root, CAbstract_ostream& s) {
             continue;
         if (container.block && !item->IsBlock())
             size += 1;
-        if (IsOwnClass(*item))
+        const CBlock_func* func = Container(*item).func;
+        const CToken* values = func && IsOwnClass(*item) ? func->GetPlainValues() : nullptr;
+        if (values) {
+            size += SizeOfPlainToken(func->GetNameToken()) + 4;
+            for (std::size_t i = 0; i < func->GetSize(); ++i)
+                size += SizeOfToken(values[i]);
+        } else if (IsOwnClass(*item)) {
             open(*item);
-        else
+        } else {
             size += item->GetBinarySize(s);
+        }
     }
     return static_cast<std::uint32_t>(std::min<std::uint64_t>(size, 0xFFFFFFFF));
 }
@@ -266,6 +293,8 @@ bool CTreeTeardown::HasContainers(const CBlock_item& item) {
     if (CTreeWalk::IsLeaf(item))
         return false;
     const Container container(item);
+    if (container.func && container.func->GetPlainValues())
+        return false;
     for (std::size_t i = container.Count(); i-- > 0;) {
         const CBlock_item* child = container.Child(i);
         if (child && !CTreeWalk::IsLeaf(*child))

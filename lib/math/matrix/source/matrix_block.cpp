@@ -56,6 +56,29 @@ const CBlock* FindRow(CBlock& block, int row) {
     return dynamic_cast<const CBlock*>(block.FindItem(RowName(row)));
 }
 
+// Whether the items are "m", "n" and the rows in their order, as they are written, so that nothing has to be looked up.
+bool IsInOrder(const CBlock& block, int rows) {
+    if (block.GetSize() != static_cast<std::size_t>(rows) + 2)
+        return false;
+    CToken::Scratch scratch;
+    auto item = block.begin();
+    for (const std::u16string_view name : {std::u16string_view(u"m"), std::u16string_view(u"n")}) {
+        if ((*item++)->GetNameToken().GetText(scratch) != name)
+            return false;
+    }
+    for (int row = 0; row < rows; ++row, ++item) {
+        if (!(*item)->IsBlock() || (*item)->GetNameToken().GetText(scratch) != RowName(row))
+            return false;
+    }
+    return true;
+}
+
+bool IsInteger(const CBlock_item& item, int expected) {
+    const auto* named = dynamic_cast<const CBlock_named_value*>(&item);
+    int value = 0;
+    return named && named->GetInt(value) && value == expected;
+}
+
 bool ReadRow(const CBlock* row, Complex* elements, int n) {
     int j = 0;
     if (row) {
@@ -79,6 +102,13 @@ bool ReadComplexItem(const CBlock_item& item, Complex& value) {
     if (!item.IsFunc())
         return false;
     const auto& func = static_cast<const CBlock_func&>(item);
+    if (const CToken* values = func.GetPlainValues()) {
+        const bool hasImaginary = func.GetSize() > 1;
+        if (!values[0].IsNumber() || (hasImaginary && !values[1].IsNumber()))
+            return false;
+        value = {values[0].GetDouble(), hasImaginary ? values[1].GetDouble() : value.im};
+        return true;
+    }
     if (func.begin() == func.end())
         return false;
     const CBlockFuncArgPtr* arg = &*func.begin();
@@ -102,6 +132,15 @@ void WriteMatrixBlock(CBlock& block, const ComplexMatrix& matrix, const AString&
 }
 
 bool ReadMatrixBlock(CBlock& block, ComplexMatrix& matrix) {
+    if (IsInOrder(block, matrix.Rows()) && IsInteger(**block.begin(), matrix.Rows()) &&
+        IsInteger(*block.begin()[1], matrix.Columns())) {
+        auto row = block.begin() + 2;
+        for (int i = 0; i < matrix.Rows(); ++i, ++row) {
+            if (!ReadRow(static_cast<const CBlock*>(row->Get()), matrix[i], matrix.Columns()))
+                return false;
+        }
+        return true;
+    }
     if (!HasInteger(block, u"m", 1, matrix.Rows()) || !HasInteger(block, u"n", 0, matrix.Columns()))
         return false;
     for (int i = 0; i < matrix.Rows(); ++i) {
