@@ -22,13 +22,13 @@
 
 namespace {
 
-constexpr double kReference = 50.0; // [ohm]
+constexpr double kReference = 50.0; // [ohm], the engine's
 
 struct Line {
     double impedance; // [ohm]
     double delay;     // [s]
 
-    // In a system of the reference. At 0 Hz a line is an ideal through.
+    // At the reference.
     ComplexMatrix Scattering(double frequency) const {
         const double angle = 2 * std::numbers::pi * frequency * delay, ratio = impedance / kReference;
         const std::complex<double> j(0, 1),
@@ -50,19 +50,17 @@ std::optional<Line> LineOf(const std::string& parameters) {
     return line;
 }
 
-// A solution of two ports with a point at each frequency that the engine asks for.
+// A solution of two ports with a point at each frequency that the engine asks for. Without port impedances S is taken to be at 50 ohm
+// as it stands; with them it would go by way of the admittances, which a line of half a wave hasn't.
 platform::UniqueBstr Solve(const Line& line, BSTR frequencies) {
     CNetworkModalSolution solution;
     CMatrixEntry first(AString(u"a"), 1, 0), second(AString(u"b"), 1, 1);
     solution.SetMatrixEntries({&first, &second}, true);
-    ComplexVector references(2, Complex(kReference));
 
     io::CToken_istring asked(AString(frequencies, SysStringLen(frequencies)), &io::DefaultDelimiterGrammar());
     for (double frequency = 0; asked.Read(frequency), asked.Good();) {
-        auto* point = static_cast<CNetworkModalData*>(solution.AddData(frequency));
         ComplexMatrix s = line.Scattering(frequency);
-        point->SetSMatrix(&s, true);
-        point->SetPortImpedance(&references, true);
+        solution.AddData(frequency)->SetSMatrix(&s, true);
     }
 
     io::CBlock block(solution.GetBlockName());

@@ -144,7 +144,7 @@ TEST_P(GuidesTest, EveryCommandDoesWhatIsShown) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Documents, GuidesTest, testing::Values("guide.md", "developers.md"),
+INSTANTIATE_TEST_SUITE_P(Documents, GuidesTest, testing::Values("guide.md", "developers.md", "gallery.md"),
                          [](const auto& document) { return fs::path(document.param).stem().string(); });
 
 TEST(GuideStepsTest, AreReadFromADocument) {

@@ -180,22 +180,26 @@ std::string Rows(PlotQuantity quantity, const Curve& curve, double unit) {
 std::string SmithGrid(bool isSparse) {
     const std::vector<double> values =
         isSparse ? std::vector<double>() : std::vector<double>{0.2, 0.5, 1, 2, 5};
-    constexpr int kSteps = 720;
+    constexpr double kStep = kPi / 90; // as round as a screen can show
     std::string rows;
-    const auto addCircle = [&rows](double x, double y, double radius) {
-        for (int i = 0; i <= 2 * kSteps; ++i) {
-            const double angle = kPi * i / kSteps;
-            const double re = x + radius * std::cos(angle);
-            const double im = y + radius * std::sin(angle);
-            rows += std::hypot(re, im) <= 1 + 1e-9 ? fmt::format("{:.5f} {:.5f}\n", re, im) : "\n";
+    const auto addArc = [&rows](double x, double y, double radius, double from, double to) {
+        const int steps = static_cast<int>(std::ceil((to - from) / kStep));
+        for (int i = 0; i <= steps; ++i) {
+            const double angle = from + (to - from) * i / steps;
+            rows +=
+                fmt::format("{:.5f} {:.5f}\n", x + radius * std::cos(angle), y + radius * std::sin(angle));
         }
         rows += "\n";
     };
-    addCircle(0, 0, 1);
+    addArc(0, 0, 1, 0, 2 * kPi);
     for (const double value : values) {
-        addCircle(value / (1 + value), 0, 1 / (1 + value));
-        addCircle(1, 1 / value, 1 / value);
-        addCircle(1, -1 / value, 1 / value);
+        addArc(value / (1 + value), 0, 1 / (1 + value), 0, 2 * kPi);
+        // From where the resistance is 0, at the unit circle, to where it is infinite, at the right.
+        const double x = (value * value - 1) / (value * value + 1), y = 2 * value / (value * value + 1);
+        double edge = std::atan2(y - 1 / value, x - 1);
+        edge += edge < 0 ? 2 * kPi : 0;
+        addArc(1, 1 / value, 1 / value, edge, 1.5 * kPi);
+        addArc(1, -1 / value, 1 / value, kPi / 2, 2 * kPi - edge);
     }
     return rows + "-1 0\n1 0\n";
 }

@@ -1,0 +1,5 @@
+load 'docs/gallery/style.gp'
+set output 'docs/gallery/cable.svg'
+set xlabel 'frequency in MHz'
+set ylabel 'v(b) in dB'
+plot 'results/cable.ac.csv' using ($1 / 1e6):'v(b) [dBV]' title 'v(b)'

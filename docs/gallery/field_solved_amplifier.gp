@@ -1,0 +1,5 @@
+load 'docs/gallery/style.gp'
+set output 'docs/gallery/field_solved_amplifier.svg'
+set xlabel 'frequency in MHz'
+set ylabel 'v(out) in dB'
+plot 'results/amplifier.ac.csv' using ($1 / 1e6):'v(out) [dBV]' title 'v(out)'

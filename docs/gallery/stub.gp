@@ -1,0 +1,5 @@
+load 'docs/gallery/style.gp'
+set output 'docs/gallery/stub.svg'
+set xlabel 'frequency in GHz'
+set ylabel 'v(out) in dB'
+plot [] [-40:0] 'results/stub.ac.csv' using ($1 / 1e9):'v(out) [dBV]' title 'v(out)'
