@@ -147,6 +147,25 @@ TEST_P(GuidesTest, EveryCommandDoesWhatIsShown) {
 INSTANTIATE_TEST_SUITE_P(Documents, GuidesTest, testing::Values("guide.md", "developers.md", "gallery.md"),
                          [](const auto& document) { return fs::path(document.param).stem().string(); });
 
+TEST(DocumentsTest, EveryLinkLeadsToAFile) {
+    std::vector<fs::path> documents = {PROJECT "/README.md", PROJECT "/examples/README.md"};
+    for (const auto& entry : fs::recursive_directory_iterator(PROJECT "/docs"))
+        if (entry.path().extension() == ".md")
+            documents.push_back(entry.path());
+    int links = 0;
+    for (const fs::path& document : documents) {
+        const std::string text = ReadText(document);
+        for (std::size_t at = text.find("]("); at != text.npos; at = text.find("](", at + 1)) {
+            const std::string link = text.substr(at + 2, text.find_first_of(")#", at) - at - 2);
+            if (link.empty() || link.find(':') != link.npos)
+                continue; // within the document, or on the net
+            ++links;
+            EXPECT_TRUE(fs::exists(document.parent_path() / link)) << document << ": " << link;
+        }
+    }
+    EXPECT_GT(links, 30);
+}
+
 TEST(GuideStepsTest, AreReadFromADocument) {
     const auto steps =
         StepsOf("Text\n\n    $ one 'a\n    > b'\n    out\n\n    more\n    $ two\n\nText\n\n    no step\n");
