@@ -3,6 +3,7 @@
 
 #include <stringutils/astring.h>
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -20,10 +21,17 @@ std::size_t FindInvalidUtf8(std::string_view bytes);
 
 // Bytes that a number takes behind its tag, with the zero bytes cut off: at the high end of an integer, at
 // the low end of a double. At least 1.
-int TrimmedIntegerLength(std::uint32_t value);
-int TrimmedDoubleLength(double value);
+inline int TrimmedIntegerLength(std::uint32_t value) {
+    return value == 0 ? 1 : (static_cast<int>(std::bit_width(value)) + 7) / 8;
+}
+inline int TrimmedDoubleLength(double value) {
+    const auto bits = std::bit_cast<std::uint64_t>(value);
+    return bits == 0 ? 1 : 8 - std::countr_zero(bits) / 8;
+}
 
 // What a text takes in the binary form, by its length in UTF-8, with its tag.
-std::size_t BinaryTextSize(std::size_t utf8Length);
+inline std::size_t BinaryTextSize(std::size_t utf8Length) {
+    return utf8Length == 0 ? 1 : utf8Length < 256 ? utf8Length + 2 : utf8Length + 5;
+}
 
 } // namespace io

@@ -91,11 +91,7 @@ public:
             Share();
     }
     CToken(CToken&& other) noexcept : m_Head(std::exchange(other.m_Head, 0)), m_Bits(other.m_Bits) {}
-    CToken& operator=(const CToken& other) {
-        CToken copy(other);
-        swap(*this, copy);
-        return *this;
-    }
+    CToken& operator=(const CToken& other) { return *this = CToken(other); }
     CToken& operator=(CToken&& other) noexcept {
         if (IsShared())
             ReleaseText();
@@ -125,7 +121,9 @@ public:
 
     // The text of a text kind, the source text of the others, or empty. The view lives as long as the token
     // stays unchanged and the scratch lives.
-    std::u16string_view GetText(Scratch& scratch) const;
+    std::u16string_view GetText(Scratch& scratch) const {
+        return IsShared() ? SharedText() : GetSpelledText(scratch);
+    }
     void GetText(AString& out) const;
     AString GetText() const;
     bool HasText() const;
@@ -180,11 +178,35 @@ private:
     static constexpr unsigned kPayloadShift = 7;
     static constexpr std::uint64_t kMaxSpelledDigits = (std::uint64_t{1} << 57) - 1;
 
+    // Stands in front of shared characters. The share count is the byte directly before the first of them.
+    struct TextHeader {
+        std::uint32_t length;
+        std::uint8_t unused[3];
+        std::uint8_t shares;
+    };
+    static_assert(sizeof(TextHeader) == 8);
+    static constexpr std::uint8_t kMostShares = 254;
+
     bool IsShared() const { return (m_Head & kTextMask) == kSharedText; }
     wchar16* Shared() const { return reinterpret_cast<wchar16*>(m_Head >> kPayloadShift); }
+    static std::size_t BlockSize(std::size_t length) {
+        return sizeof(TextHeader) + (length + 1) * sizeof(wchar16);
+    }
+    TextHeader& Header() const { return *(reinterpret_cast<TextHeader*>(Shared()) - 1); }
+    std::u16string_view SharedText() const { return {Shared(), Header().length}; }
+    std::u16string_view GetSpelledText(Scratch& scratch) const;
     void MakeShared(std::u16string_view text);
-    void Share();
-    void ReleaseText() noexcept;
+    void Share() {
+        if (TextHeader& header = Header(); header.shares < kMostShares)
+            ++header.shares;
+        else
+            MakeShared(SharedText());
+    }
+    void ReleaseText() noexcept {
+        if (--Header().shares == 0)
+            FreeText();
+    }
+    void FreeText() noexcept;
 
     std::uint64_t m_Head;
     union {

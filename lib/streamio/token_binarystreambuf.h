@@ -63,8 +63,9 @@ public:
     void PassStart();
 
 private:
-    void PutTag(TokenType kind) { PutUnit(static_cast<wchar16>(kind)); }
+    void PutTag(TokenType kind);
     void PutText(TokenType kind, std::u16string_view text);
+    void PutNumber(const wchar16* units, const wchar16* end);
     void PutUnsigned(int tag, std::uint32_t value, int width);
     void PutSigned(std::int32_t value, int width);
     bool TakeByte(int& byte);

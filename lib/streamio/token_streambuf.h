@@ -51,6 +51,10 @@ public:
     CToken_streambuf(const CToken_streambuf&) = delete;
     CToken_streambuf& operator=(const CToken_streambuf&) = delete;
 
+    // Streams for a short text come and go as often as the items of a tree.
+    static void* operator new(std::size_t size) { return PoolAllocate(size); }
+    static void operator delete(void* buffer, std::size_t size) { PoolFree(buffer, size); }
+
     virtual void AddCommentChars(const wchar16* characters) = 0;
     virtual void RemoveCommentChars(const wchar16* characters) = 0;
     // Skips the rest of the input line and reads the token behind it; the second form appends what was

@@ -1,6 +1,6 @@
-#include <streamio/binary_utils.h>
+#include "plain_text.h"
 
-#include <bit>
+#include <streamio/binary_utils.h>
 
 namespace io {
 
@@ -40,10 +40,7 @@ std::size_t Sequence(std::string_view bytes, std::size_t at, std::uint32_t& poin
 } // namespace
 
 std::size_t Utf8Length(std::u16string_view text) {
-    wchar16 all = 0;
-    for (const wchar16 unit : text)
-        all |= unit;
-    if (all < 0x80)
+    if (IsPlain(text))
         return text.size();
     std::size_t length = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -120,19 +117,6 @@ std::size_t FindInvalidUtf8(std::string_view bytes) {
         i += length;
     }
     return std::string_view::npos;
-}
-
-int TrimmedIntegerLength(std::uint32_t value) {
-    return value == 0 ? 1 : (static_cast<int>(std::bit_width(value)) + 7) / 8;
-}
-
-int TrimmedDoubleLength(double value) {
-    const auto bits = std::bit_cast<std::uint64_t>(value);
-    return bits == 0 ? 1 : 8 - std::countr_zero(bits) / 8;
-}
-
-std::size_t BinaryTextSize(std::size_t utf8Length) {
-    return utf8Length == 0 ? 1 : utf8Length < 256 ? utf8Length + 2 : utf8Length + 5;
 }
 
 } // namespace io

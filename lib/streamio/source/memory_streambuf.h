@@ -53,6 +53,9 @@ public:
         setp(m_Stage, m_Stage + kStage);
     }
 
+    static void* operator new(std::size_t size) { return PoolAllocate(size); }
+    static void operator delete(void* buffer, std::size_t size) { PoolFree(buffer, size); }
+
     // Room for `count` units, at most kStage.
     wchar16* Room(std::size_t count) {
         if (static_cast<std::size_t>(epptr() - pptr()) < count)

@@ -11,27 +11,6 @@ namespace io {
 
 namespace {
 
-constexpr std::uint8_t kMostShares = 254;
-
-// Stands in front of shared characters. The share count is the byte directly before the first of them.
-struct TextHeader {
-    std::uint32_t length;
-    std::uint8_t unused[3];
-    std::uint8_t shares;
-};
-static_assert(sizeof(TextHeader) == 8);
-
-TextHeader& HeaderOf(wchar16* text) {
-    return *(reinterpret_cast<TextHeader*>(text) - 1);
-}
-const TextHeader& HeaderOf(const wchar16* text) {
-    return *(reinterpret_cast<const TextHeader*>(text) - 1);
-}
-
-std::size_t BlockSize(std::size_t length) {
-    return sizeof(TextHeader) + (length + 1) * sizeof(wchar16);
-}
-
 constexpr std::u16string_view kTrueWord = u"true";
 constexpr std::u16string_view kFalseWord = u"false";
 
@@ -96,18 +75,9 @@ void CToken::MakeShared(std::u16string_view text) {
     m_Head = (m_Head & kKindMask) | kSharedText | reinterpret_cast<std::uint64_t>(units) << kPayloadShift;
 }
 
-void CToken::Share() {
-    TextHeader& header = HeaderOf(Shared());
-    if (header.shares < kMostShares)
-        ++header.shares;
-    else
-        MakeShared({Shared(), header.length});
-}
-
-void CToken::ReleaseText() noexcept {
-    TextHeader& header = HeaderOf(Shared());
-    if (--header.shares == 0)
-        PoolFree(&header, BlockSize(header.length));
+void CToken::FreeText() noexcept {
+    TextHeader& header = Header();
+    PoolFree(&header, BlockSize(header.length));
 }
 
 void CToken::SetType(TokenType kind) {
@@ -151,19 +121,13 @@ void CToken::DropSourceText() {
     m_Head &= kKindMask;
 }
 
-std::u16string_view CToken::GetText(Scratch& scratch) const {
-    switch (m_Head & kTextMask) {
-    case 0: {
+std::u16string_view CToken::GetSpelledText(Scratch& scratch) const {
+    if ((m_Head & kTextMask) == 0) {
         if (!IsText())
             return {};
         // Copied out, so that the view outlives a move of the token into the place of another.
         std::memcpy(scratch.units, m_Inline, sizeof m_Inline);
         return {scratch.units, std::char_traits<wchar16>::length(scratch.units)};
-    }
-    case kSharedText:
-        return {Shared(), HeaderOf(const_cast<const wchar16*>(Shared())).length};
-    default:
-        break;
     }
     const std::uint64_t payload = m_Head >> kPayloadShift;
     if (IsNumber()) {
@@ -191,12 +155,12 @@ AString CToken::GetText() const {
 
 bool CToken::HasText() const {
     if ((m_Head & kTextMask) != 0)
-        return !IsShared() || HeaderOf(const_cast<const wchar16*>(Shared())).length > 0;
+        return !IsShared() || Header().length > 0;
     return IsText() && m_Inline[0] != 0;
 }
 
 std::size_t CToken::GetTextMemory() const {
-    return IsShared() ? BlockSize(HeaderOf(const_cast<const wchar16*>(Shared())).length) : 0;
+    return IsShared() ? BlockSize(Header().length) : 0;
 }
 
 bool operator==(const CToken& a, const CToken& b) {
@@ -205,6 +169,8 @@ bool operator==(const CToken& a, const CToken& b) {
     if (a.IsNumber())
         return a.m_Number == b.m_Number;
     if (IsBooleanKind(a.GetType()))
+        return true;
+    if (a.IsShared() && a.m_Head == b.m_Head)
         return true;
     CToken::Scratch scratchA;
     CToken::Scratch scratchB;

@@ -1,6 +1,7 @@
 #include "binary_number.h"
 #include "item_road.h"
 #include "memory_streambuf.h"
+#include "plain_text.h"
 
 #include <streamio/abstract_stream.h>
 #include <streamio/base_grammar.h>
@@ -38,15 +39,19 @@ void CToken_binarystreambuf::NewLine(AString&) {
     NewLine();
 }
 
+void CToken_binarystreambuf::PutTag(TokenType kind) {
+    if (m_MemoryOut)
+        m_MemoryOut->Put(static_cast<wchar16>(kind));
+    else
+        PutUnit(static_cast<wchar16>(kind));
+}
+
 void CToken_binarystreambuf::PutText(TokenType kind, std::u16string_view text) {
     if (m_MemoryOut && text.size() <= kMostShortText) { // most texts are short and plain
         wchar16* const out = m_MemoryOut->Room(2 + kMostShortText);
         out[0] = static_cast<wchar16>(kind);
         out[1] = static_cast<wchar16>(text.size());
-        wchar16 all = 0;
-        for (std::size_t i = 0; i < text.size(); ++i)
-            all |= out[2 + i] = text[i];
-        if (all < 128) {
+        if (CopyPlain(text, out + 2)) {
             m_MemoryOut->Commit(out + 2 + text.size());
             m_LastKind = kind;
             return;
@@ -79,7 +84,12 @@ void CToken_binarystreambuf::WriteKeyword(std::u16string_view text) {
 }
 
 void CToken_binarystreambuf::WriteChar(wchar16 ch) {
-    if (ch < 128) {
+    if (ch < 128 && m_MemoryOut) {
+        wchar16* const out = m_MemoryOut->Room(2);
+        out[0] = static_cast<wchar16>(TokenType::Symbol);
+        out[1] = ch;
+        m_MemoryOut->Commit(out + 2);
+    } else if (ch < 128) {
         PutTag(TokenType::Symbol);
         PutUnit(ch);
     } else {
@@ -94,11 +104,21 @@ void CToken_binarystreambuf::WriteChar(wchar16 ch) {
     m_LastKind = TokenType::Symbol;
 }
 
+// The units of a number, which stand in the memory already where the stream writes to one.
+void CToken_binarystreambuf::PutNumber(const wchar16* units, const wchar16* end) {
+    if (m_MemoryOut)
+        return m_MemoryOut->Commit(end);
+    for (; units < end; ++units)
+        PutUnit(*units);
+}
+
 void CToken_binarystreambuf::PutUnsigned(int tag, std::uint32_t value, int width) {
     const int length = m_KeepAllBytes ? width : TrimmedIntegerLength(value);
-    PutUnit(static_cast<wchar16>(tag + length));
-    for (int i = 0; i < length; ++i)
-        PutUnit(static_cast<wchar16>(value >> (8 * i) & 255));
+    wchar16 units[9];
+    wchar16* const out = m_MemoryOut ? m_MemoryOut->Room(9) : units;
+    out[0] = static_cast<wchar16>(tag + length);
+    SpreadBytes(out + 1, value);
+    PutNumber(out, out + 1 + length);
 }
 
 void CToken_binarystreambuf::PutSigned(std::int32_t value, int width) {
@@ -107,14 +127,9 @@ void CToken_binarystreambuf::PutSigned(std::int32_t value, int width) {
 }
 
 void CToken_binarystreambuf::Write(double value, long) {
-    if (m_MemoryOut) {
-        m_MemoryOut->Commit(SpreadDouble(m_MemoryOut->Room(9), value, m_KeepAllBytes));
-    } else {
-        wchar16 units[9];
-        const wchar16* end = SpreadDouble(units, value, m_KeepAllBytes);
-        for (const wchar16* unit = units; unit < end; ++unit)
-            PutUnit(*unit);
-    }
+    wchar16 units[9];
+    wchar16* const out = m_MemoryOut ? m_MemoryOut->Room(9) : units;
+    PutNumber(out, SpreadDouble(out, value, m_KeepAllBytes));
     m_LastKind = TokenType::Double;
 }
 
@@ -351,11 +366,9 @@ void CToken_binarystreambuf::ReadText(TokenType kind, bool longForm) {
         const std::size_t taken = std::min<std::size_t>(length, left);
         m_MemoryIn->SetCur(units + taken);
         // Most texts are plain: their units are the text already.
-        bool plain = true;
-        for (std::size_t i = 0; i < taken; ++i)
-            plain = plain && units[i] < 128;
-        if (plain) {
-            m_Current = CToken(kind, std::u16string_view(units, taken));
+        const std::u16string_view text(units, taken);
+        if (IsPlain(text)) {
+            m_Current = CToken(kind, text);
             return;
         }
         for (std::size_t i = 0; i < taken; ++i)

@@ -32,7 +32,8 @@ CToken_ostream::CToken_ostream(CToken_streambuf::CharBuf* characters, std::uint3
 }
 
 void CToken_ostream::Start(std::uint32_t flags) {
-    m_DelimiterGrammar = dynamic_cast<const CDelimiter_grammar*>(m_Grammar) != nullptr;
+    m_DelimiterGrammar =
+        m_Grammar != &DefaultTokenGrammar() && dynamic_cast<const CDelimiter_grammar*>(m_Grammar) != nullptr;
     if (Fail())
         return;
     if ((flags & kUseIndex) != 0) {

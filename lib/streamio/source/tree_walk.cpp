@@ -46,10 +46,10 @@ struct Container {
 
 // A class of one's own writes itself.
 bool IsOwnClass(const CBlock_item& item) {
-    if (CTreeWalk::IsLeaf(item))
-        return false;
-    const std::type_info& type = typeid(item);
-    return type == typeid(CBlock) || type == typeid(CBlock_func) || type == typeid(CBlock_time_func);
+    if (CTreeWalk::IsBlock(item))
+        return typeid(item) == typeid(CBlock);
+    return CTreeWalk::IsFunc(item) &&
+           (typeid(item) == typeid(CBlock_func) || typeid(item) == typeid(CBlock_time_func));
 }
 
 struct Frame {
