@@ -362,6 +362,9 @@ const ScanTables& CBase_grammar::MakeScanTables() const {
     tables->usualItems = tables->usualNumbers && tables->next[0]['$'] == 5 && cdata;
     for (const char symbol : std::string_view(tables->tokenShape ? "=(),[]:" : "=(),"))
         tables->usualItems = tables->usualItems && tables->next[0][static_cast<int>(symbol)] == 3;
+    tables->usualKeywords = tables->tokenShape && tables->next[0]['$'] == 5;
+    for (const char letter : {'b', 'e', 'g', 'i', 'n', 'd'})
+        tables->usualKeywords = tables->usualKeywords && tables->next[5][static_cast<int>(letter)] == 5;
 
     const ScanTables* expected = nullptr;
     if (m_ScanTables.compare_exchange_strong(expected, tables.get(), std::memory_order_acq_rel))

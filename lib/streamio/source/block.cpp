@@ -223,6 +223,8 @@ CBlock& CBlock::GetFuncArg(CBlockFuncArgPtr& arg) {
 }
 
 bool CBlock::HasErrors(bool recursive) const {
+    if (!recursive)
+        return !mErrors.empty();
     std::vector<const CBlock*> pending{this};
     while (!pending.empty()) {
         const CBlock* block = pending.back();
@@ -230,7 +232,7 @@ bool CBlock::HasErrors(bool recursive) const {
         if (!block->mErrors.empty())
             return true;
         for (const CBlockItemPtr& item : block->mItems) {
-            if (recursive && item->IsBlock())
+            if (item->IsBlock())
                 pending.push_back(static_cast<const CBlock*>(item.Get()));
         }
     }

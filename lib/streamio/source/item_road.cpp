@@ -2,6 +2,7 @@
 #include "binary_number.h"
 #include "name_compare.h"
 #include "number_text.h"
+#include "plain_text.h"
 
 #include <algorithm>
 
@@ -35,13 +36,6 @@ bool IsNumberState(int state) {
 }
 
 } // namespace
-
-void CWordCache::Renew(Slot& slot, std::u16string_view text) {
-    slot.token = CToken(TokenType::Keyword, text);
-    CToken::Scratch scratch;
-    slot.text = slot.token.GetText(scratch); // long enough to be no text of the scratch
-    slot.uses = 0;
-}
 
 void CTextRoad::PassRun(int state) {
     const std::uint8_t* const row = m_Tables.next[state];
@@ -198,11 +192,8 @@ bool CBinaryRoad::TakePlainText(std::u16string_view& text) {
     if (length > kMostShortText || static_cast<std::size_t>(m_End - m_Place.at) - 2 < length)
         return false;
     text = {m_Place.at + 2, length};
-    wchar16 all = 0;
-    for (const wchar16 unit : text)
-        all |= unit;
     m_Place.at += 2 + length;
-    return all < 128;
+    return IsPlain(text);
 }
 
 BlockEdge CBinaryRoad::TakeEdge() {
@@ -210,6 +201,25 @@ BlockEdge CBinaryRoad::TakeEdge() {
         return BlockEdge::None;
     std::u16string_view word;
     return TakePlainText(word) ? m_Keywords.EdgeOf(word) : BlockEdge::Unusual;
+}
+
+bool CBinaryRoad::TakeWord(CToken& out, CWordCache& words) {
+    const std::ptrdiff_t left = m_End - m_Place.at - 2;
+    if (left > 0 && m_Place.at[1] <= left) {
+        std::size_t length = 0;
+        const wchar16* const word = m_Place.at + 2;
+        const CToken* known = words.Find(word, word + m_Place.at[1], length);
+        if (known && length == m_Place.at[1]) {
+            m_Place.at += 2 + length;
+            out = *known;
+            return true;
+        }
+    }
+    std::u16string_view text;
+    if (!TakePlainText(text) || text.empty() || text.front() == u'$')
+        return false;
+    out = words.Add(text);
+    return true;
 }
 
 bool CBinaryRoad::TakeElement(CToken& out, CWordCache& words) {
@@ -225,10 +235,7 @@ bool CBinaryRoad::TakeElement(CToken& out, CWordCache& words) {
         ++m_Place.at;
         return true;
     case Tag(TokenType::Keyword):
-        if (!TakePlainText(text) || text.empty() || text.front() == u'$')
-            return false;
-        out = words.Get(text);
-        return true;
+        return TakeWord(out, words);
     case Tag(TokenType::SingleQuotedText):
     case Tag(TokenType::DoubleQuotedText):
         if (!TakePlainText(text))
@@ -248,13 +255,6 @@ bool CBinaryRoad::TakeElement(CToken& out, CWordCache& words) {
 bool CBinaryRoad::TakeSame(const CToken& token, CWordCache& words) {
     CToken other;
     return TakeElement(other, words) && other == token;
-}
-
-bool CBinaryRoad::TakeSymbol(wchar16 symbol) {
-    if (m_End - m_Place.at < 2 || *m_Place.at != Tag(TokenType::Symbol) || m_Place.at[1] != symbol)
-        return false;
-    m_Place.at += 2;
-    return true;
 }
 
 bool CBinaryRoad::TakeElements(CTokenArray& elements, CWordCache& words) {

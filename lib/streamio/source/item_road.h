@@ -31,7 +31,8 @@ struct BlockKeywords {
     }
 };
 
-// Words that come again and again in a text share their characters.
+// Words that come again and again in a text share their characters, from the second time on. The text stays in place
+// as long as the cache is used.
 class CWordCache {
 public:
     // The word of the cache that `text` begins with, or null; `length` is how long it is.
@@ -40,30 +41,27 @@ public:
         if (!slot || slot->text.empty() || static_cast<std::size_t>(end - text) < slot->text.size() ||
             std::memcmp(text, slot->text.data(), slot->text.size() * sizeof(wchar16)) != 0)
             return nullptr;
-        // A text's copies are counted in a byte; then a new one serves the next.
-        if (++slot->uses > kMostUses)
-            Renew(*slot, slot->text);
+        // Copies of a token are counted in a byte.
+        if (slot->left-- == 0) {
+            slot->token = CToken(TokenType::Keyword, slot->text);
+            slot->left = kMostUses;
+        }
         length = slot->text.size();
         return &slot->token;
     }
-    CToken Get(std::u16string_view word) {
-        std::size_t length = 0;
-        const CToken* known = Find(word.data(), word.data() + word.size(), length);
-        return known && length == word.size() ? *known : Add(word);
-    }
     CToken Add(std::u16string_view text) {
-        Slot* slot = SlotOf(text.data(), text.data() + text.size());
-        if (!slot)
-            return CToken(TokenType::Keyword, text);
-        Renew(*slot, text);
-        return slot->token;
+        if (Slot* slot = SlotOf(text.data(), text.data() + text.size())) {
+            slot->text = text;
+            slot->left = 0;
+        }
+        return CToken(TokenType::Keyword, text);
     }
 
 private:
     struct Slot {
+        std::u16string_view text; // where it was met first
         CToken token;
-        std::u16string_view text; // the token's
-        int uses = 0;
+        int left = 0; // uses of the token; with none it isn't that of the text
     };
     static constexpr std::ptrdiff_t kLeastLength = 4; // shorter ones stand in the token itself
     static constexpr unsigned kSlots = 16;
@@ -74,7 +72,6 @@ private:
             return nullptr;
         return &m_Slots[(text[0] * 5u + text[1] * 3u + text[3]) % kSlots];
     }
-    void Renew(Slot& slot, std::u16string_view text);
 
     Slot m_Slots[kSlots];
 };
@@ -95,12 +92,15 @@ public:
     bool TakeElement(CToken& out, CWordCache& words);
     // That very word or text.
     bool TakeSame(const CToken& token, CWordCache& words);
+    // The character that stands behind blanks, 0 for none.
+    wchar16 PeekSymbol() {
+        PassBlanks();
+        return m_Place.at < m_End ? *m_Place.at : u'\0';
+    }
+    void PassSymbol() { ++m_Place.at; }
     bool TakeSymbol(wchar16 symbol) {
-        const wchar16* at = m_Place.at;
-        while (at < m_End && *at != symbol && IsBlank(*at))
-            ++at;
-        const bool found = at < m_End && *at == symbol;
-        m_Place.at = found ? at + 1 : at;
+        const bool found = PeekSymbol() == symbol;
+        m_Place.at += found ? 1 : 0;
         return found;
     }
     // What stands between two elements or arguments.
@@ -142,7 +142,18 @@ public:
     BlockEdge TakeEdge();
     bool TakeElement(CToken& out, CWordCache& words);
     bool TakeSame(const CToken& token, CWordCache& words);
-    bool TakeSymbol(wchar16 symbol);
+    // The symbol that comes next, 0 for none.
+    wchar16 PeekSymbol() const {
+        return m_End - m_Place.at >= 2 && *m_Place.at == static_cast<wchar16>(TokenType::Symbol)
+                   ? m_Place.at[1]
+                   : u'\0';
+    }
+    void PassSymbol() { m_Place.at += 2; }
+    bool TakeSymbol(wchar16 symbol) {
+        const bool found = PeekSymbol() == symbol;
+        m_Place.at += found ? 2 : 0;
+        return found;
+    }
     bool TakeSeparator() {
         TakeSymbol(u',');
         return true;
@@ -151,6 +162,7 @@ public:
     bool TakeElements(CTokenArray& elements, CWordCache& words);
 
 private:
+    bool TakeWord(CToken& out, CWordCache& words);
     bool TakePlainText(std::u16string_view& text);
 
     BlockKeywords m_Keywords;

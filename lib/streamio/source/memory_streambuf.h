@@ -1,6 +1,8 @@
 // Stream buffers over text in memory, whose inside the token buffers use directly.
 #pragma once
 
+#include "plain_text.h"
+
 #include <streamio/pool_allocator.h>
 #include <stringutils/astring.h>
 
@@ -72,7 +74,7 @@ public:
                 return;
             }
         }
-        std::copy(units, units + count, pptr());
+        CopyUnits({units, count}, pptr());
         pbump(static_cast<int>(count));
     }
     void Put(wchar16 unit) {

@@ -37,9 +37,7 @@ int CompareFolded(std::u16string_view a, std::u16string_view b) {
     return a.size() == b.size() ? 0 : a.size() < b.size() ? -1 : 1;
 }
 
-bool MatchesWord(std::u16string_view text, std::u16string_view word) {
-    if (text.size() != word.size() || word.empty())
-        return false;
+bool MatchesWordOfLength(std::u16string_view text, std::u16string_view word) {
     for (std::size_t i = 0; i < word.size(); ++i) {
         if (text[i] != word[i] && LowerUnit(text[i]) != word[i])
             return false;

@@ -15,7 +15,10 @@ bool IsAlphanumeric(wchar16 unit);
 // Negative, 0 or positive.
 int CompareFolded(std::u16string_view a, std::u16string_view b);
 // Whether `text` is that word in any case; the word is in lower case.
-bool MatchesWord(std::u16string_view text, std::u16string_view word);
+bool MatchesWordOfLength(std::u16string_view text, std::u16string_view word); // of one length
+inline bool MatchesWord(std::u16string_view text, std::u16string_view word) {
+    return text.size() == word.size() && !word.empty() && MatchesWordOfLength(text, word);
+}
 bool EqualFolded(std::u16string_view a, std::u16string_view b);
 
 } // namespace io

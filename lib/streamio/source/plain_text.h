@@ -43,7 +43,19 @@ inline bool IsPlain(std::u16string_view text) {
     return (all & plain::kBeyond) == 0;
 }
 
-// The same, and the text is at `out` then.
+// Most texts are too short for a call of memcpy.
+inline void CopyUnits(std::u16string_view text, wchar16* out) {
+    constexpr std::size_t kShort = 32;
+    const wchar16* const units = text.data();
+    if (text.size() > kShort)
+        std::memcpy(out, units, text.size() * sizeof(wchar16));
+    else if (!plain::ByFours(text.size(), [&](std::size_t i) { std::memcpy(out + i, units + i, 8); })) {
+        for (const wchar16 unit : text)
+            *out++ = unit;
+    }
+}
+
+// As IsPlain, and the text is at `out` then.
 inline bool CopyPlain(std::u16string_view text, wchar16* out) {
     const wchar16* const units = text.data();
     std::uint64_t all = 0;

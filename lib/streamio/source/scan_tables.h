@@ -19,6 +19,8 @@ struct ScanTables {
     // Besides, the characters between the parts of an item stand for themselves (brackets of vectors may be part of words
     // in the delimiter shape), and CData, if there is any, begins with "$".
     bool usualItems = false;
+    // "$begin" and "$end" are words.
+    bool usualKeywords = false;
 
     const CBase_grammar* grammar = nullptr;
 

@@ -1,4 +1,5 @@
 #include "memory_streambuf.h"
+#include "scan_tables.h"
 
 #include <streamio/block_index.h>
 #include <streamio/token_binarystreambuf.h>
@@ -38,8 +39,10 @@ CToken_istream::CToken_istream(CToken_streambuf::CharBuf* characters, std::uint3
 }
 
 void CToken_istream::Start(std::uint32_t flags) {
-    SetBeginKeyword(m_BeginKeyword);
-    SetEndKeyword(m_EndKeyword);
+    if (!m_Grammar->GetScanTables().usualKeywords) {
+        SetBeginKeyword(m_BeginKeyword);
+        SetEndKeyword(m_EndKeyword);
+    }
     if ((flags & kKeepCase) != 0)
         m_Buffer->SetCaseMode(kExactMode);
     else if ((flags & kUpperCase) != 0)

@@ -45,7 +45,10 @@ CToken_istream* OwnStream(CAbstract_istream& s) {
 
 CTreeReader::CTreeReader(CAbstract_istream& s)
     : m_Stream(s), m_Own(OwnStream(s)), m_Buffer(m_Own ? m_Own->GetBuffer() : nullptr),
-      m_Binary(s.IsBinary()) {}
+      m_Binary(s.IsBinary()) {
+    constexpr std::size_t kUsualNesting = 8;
+    m_Frames.reserve(kUsualNesting);
+}
 
 const CToken& CTreeReader::PeekAnew() {
     if (!m_Own)
@@ -284,8 +287,10 @@ void CTreeReader::RunRoad(Buffer& buffer) {
     do {
         road->PassSpace();
         place = road->GetPlace();
-    } while (TakeItem(*road));
-    buffer.CloseRoad(place);
+        if (!TakeItem(*road))
+            return buffer.CloseRoad(place);
+    } while (m_Frames.size() >= m_RoadBase);
+    buffer.CloseRoad(road->GetPlace()); // behind the end of the outermost block
 }
 
 template <class Road>
@@ -305,8 +310,8 @@ bool CTreeReader::TakeItem(Road& road) {
         return true;
     }
     case BlockEdge::End:
-        // What ends the outermost block is left to the tokens, as is every name that isn't this one.
-        if (m_Frames.size() == m_RoadBase || !road.TakeSame(block.mName, m_Words))
+        // Every name that isn't this one is left to the tokens.
+        if (!road.TakeSame(block.mName, m_Words))
             return false;
         m_Frames.pop_back();
         m_Own->DecIndent();
@@ -317,22 +322,35 @@ bool CTreeReader::TakeItem(Road& road) {
     if (!road.TakeElement(name, m_Words))
         return false;
     CBlockItemPtr item;
-    if (road.TakeSymbol(u'=')) {
+    switch (road.PeekSymbol()) {
+    case u'=': {
+        road.PassSymbol();
         CToken value;
         if (!road.TakeElement(value, m_Words))
             return false;
         item = CBlockItemPtr(new CBlock_named_value(std::move(name), std::move(value)));
-    } else if (road.TakeVecBegin()) {
+        break;
+    }
+    case u'[': {
+        if (!road.TakeVecBegin())
+            return false;
         auto* vec = new CBlock_vec(std::move(name));
         item = CBlockItemPtr(vec);
         if (!road.TakeElements(vec->mElements, m_Words))
             return false;
-    } else if (m_Frames.size() < kMaxNesting && road.TakeSymbol(u'(')) {
+        break;
+    }
+    case u'(': {
+        if (m_Frames.size() >= kMaxNesting)
+            return false;
+        road.PassSymbol();
         auto* func = new CBlock_func(std::move(name));
         item = CBlockItemPtr(func);
         if (!TakeArguments(road, *func))
             return false;
-    } else {
+        break;
+    }
+    default:
         return false;
     }
     block.Add(std::move(item));
@@ -346,15 +364,21 @@ bool CTreeReader::TakeArguments(Road& road, CBlock_func& func) {
         return true;
     do {
         CToken first;
-        if (!road.TakeElement(first, m_Words) || IsNoName(first, false) || road.TakeSymbol(u'(') ||
-            road.TakeVecBegin())
+        if (!road.TakeElement(first, m_Words) || IsNoName(first, false))
             return false;
-        if (road.TakeSymbol(u'=')) {
+        switch (road.PeekSymbol()) {
+        case u'(':
+        case u'[':
+            return false;
+        case u'=': {
+            road.PassSymbol();
             CToken value;
             if (!road.TakeElement(value, m_Words))
                 return false;
             func.Items().emplace_back(new CBlock_named_value(std::move(first), std::move(value)));
-        } else {
+            break;
+        }
+        default:
             func.AddValue(std::move(first));
         }
         if (road.TakeSymbol(u')'))
@@ -365,8 +389,11 @@ bool CTreeReader::TakeArguments(Road& road, CBlock_func& func) {
 
 CTreeReader::Result CTreeReader::StepBlock() {
     for (;;) {
-        if (m_RoadBase != 0)
+        if (m_RoadBase != 0) {
             RunRoad();
+            if (m_Frames.size() < m_RoadBase)
+                return ReadError::Ok;
+        }
         CBlock& block = *m_Frames.back().block;
         if (IsBlockEnd()) {
             EndBlock(block);
