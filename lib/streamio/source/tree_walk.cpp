@@ -242,6 +242,19 @@ CMemoryStats StatsOfTree(const CBlock_item& root, bool addSelf) {
     return stats;
 }
 
+template <class List>
+bool CTreeTeardown::HoldsContainers(const List& list) {
+    // The last ones first: tables of functions stand behind the values that describe them.
+    return std::any_of(list.rbegin(), list.rend(),
+                       [](const auto& item) { return item && !CTreeWalk::IsLeaf(*item); });
+}
+
+inline bool CTreeTeardown::HasContainers(const CBlock_item& item) {
+    if (CTreeWalk::IsFunc(item))
+        return HoldsContainers(static_cast<const CBlock_func&>(item).mArgs);
+    return CTreeWalk::IsBlock(item) && HoldsContainers(static_cast<const CBlock&>(item).mItems);
+}
+
 void CTreeTeardown::TakeChildren(CBlock_item& item, std::vector<CBlockItemPtr>& pending) {
     if (CTreeWalk::IsBlock(item)) {
         auto& block = static_cast<CBlock&>(item);
@@ -281,33 +294,22 @@ void CTreeTeardown::ReleaseList(List& list) {
             __builtin_prefetch(list[i + kAhead].Get());
         // What holds leaves only may go by itself: its destruction goes no deeper.
         if (item && HasContainers(*item)) {
-            pending.emplace_back(item);
+            pending.emplace_back(std::move(item));
             item = {};
             Drain(pending);
         }
     }
-    list.clear();
-}
-
-bool CTreeTeardown::HasContainers(const CBlock_item& item) {
-    if (CTreeWalk::IsLeaf(item))
-        return false;
-    const Container container(item);
-    if (container.func && container.func->GetPlainValues())
-        return false;
-    for (std::size_t i = container.Count(); i-- > 0;) {
-        const CBlock_item* child = container.Child(i);
-        if (child && !CTreeWalk::IsLeaf(*child))
-            return true;
-    }
-    return false;
 }
 
 void CTreeTeardown::Release(CBlock::Items&& items) {
-    ReleaseList(items);
+    if (HoldsContainers(items))
+        ReleaseList(items);
+    items.clear();
 }
 void CTreeTeardown::Release(CBlock_func::Args&& args) {
-    ReleaseList(args);
+    if (HoldsContainers(args))
+        ReleaseList(args);
+    args.clear();
 }
 
 } // namespace io

@@ -33,6 +33,8 @@ private:
     static void TakeChildren(CBlock_item& item, std::vector<CBlockItemPtr>& pending);
     static bool HasContainers(const CBlock_item& item);
     template <class List>
+    static bool HoldsContainers(const List& list);
+    template <class List>
     static void ReleaseList(List& list);
 };
 
