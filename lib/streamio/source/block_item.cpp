@@ -292,7 +292,7 @@ void CBlock_func::Clear() {
 
 void CBlock_func::MakeItems() const {
     const std::size_t count = std::exchange(mPlainCount, std::uint8_t{0});
-    mArgs.reserve(count);
+    mArgs.reserve(2 * kMostPlain); // more will come: that is why most are made
     for (std::size_t i = 0; i < count; ++i)
         mArgs.emplace_back(new CBlock_value(std::move(mPlain[i])));
 }
