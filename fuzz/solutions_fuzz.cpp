@@ -43,14 +43,18 @@ bool IsReadable(const AString& text) {
     return true;
 }
 
-// A field solver's terminal solution makes its rows from the ports, which read again are the rows.
+// A field solver's modal solution without a type is read as a discrete sweep. Its terminal solution makes its rows from the
+// ports, which read again are the rows; none of it where a pair ended the reading.
 bool IsReadable(const CNetworkDataSolution& solution) {
+    if (solution.GetObjectType() == ObjectType::ZephModal && solution.GetSolutionType() == SolutionType::None)
+        return false;
     const auto* terminal = dynamic_cast<const CZephTerminalSolution*>(&solution);
     if (!terminal)
         return true;
-    const auto isOne = [](std::int32_t count) { return count == 1; };
     const std::vector<std::int32_t>& modes = terminal->GetPortModes();
-    return terminal->GetPortNames().size() == modes.size() && std::all_of(modes.begin(), modes.end(), isOne);
+    return terminal->GetReferenceImpedance().Size() == terminal->GetMatrixSize() &&
+           terminal->GetPortNames().size() == modes.size() &&
+           std::all_of(modes.begin(), modes.end(), [](std::int32_t count) { return count == 1; });
 }
 
 // The port tables of a block are appended, so that only a new object reads the same again.

@@ -5,7 +5,8 @@
 //   solution->RenormalizePorts(fifties, true);
 //   solution->WriteToBlock(block, true);
 //
-// This class is abstract; CNetworkModalSolution and CNetworkTerminalSolution are its first children. A solution is
+// This class is abstract; CNetworkModalSolution and CNetworkTerminalSolution are its children, and below each is the
+// class for what a field solver delivers, CZephModalSolution and CZephTerminalSolution. A solution is
 // filled by reading a block, by SetMatrixEntries and AddData, or from the compact form; the matrix entries come first,
 // for their number is the size of the points' matrices. Solved points and interpolated points stand in two sets, each
 // with a frequency at most once.
