@@ -78,14 +78,14 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION electronics)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME tarvokengine)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
-# The kernel adapter loads the simulator by name, where no scan of linked libraries finds it.
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libngspice0, ngspice")
+# What is loaded by name, where no scan of linked libraries finds it: the simulator, and LAPACK for eigen decompositions.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libngspice0, ngspice, libopenblas0 | liblapack3")
 # What draws pictures of networks.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "gnuplot-nox | gnuplot, fonts-dejavu-core")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME tarvokengine-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
-    "tarvokengine (= ${PROJECT_VERSION}), libcapnp-dev, libfmt-dev, libicu-dev, libopenblas-dev, nlohmann-json3-dev")
+    "tarvokengine (= ${PROJECT_VERSION}), libcapnp-dev, libfmt-dev, libicu-dev, nlohmann-json3-dev")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The engine, its kernel adapter and the command-line client.")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Libraries and headers for clients of the engine, and for its data formats.")
 include(CPack)

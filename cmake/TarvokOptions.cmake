@@ -27,13 +27,16 @@ target_compile_features(tarvok_flags INTERFACE cxx_std_20)
 target_compile_options(tarvok_flags INTERFACE -ffp-contract=off)
 # A source file names itself by its path within the tree.
 target_compile_options(tarvok_flags INTERFACE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
-# GCC 12 fuses neighbouring products and sums into one rounding even where contraction is off.
+# GCC 12 fuses neighbouring products and sums into one rounding even where contraction is off; AVX-512 has instructions of
+# its own for that.
 set(TARVOK_NATIVE_FLAGS -march=native)
 include(CheckCXXCompilerFlag)
-check_cxx_compiler_flag(-mno-fma TARVOK_HAS_NO_FMA)
-if(TARVOK_HAS_NO_FMA)
-    list(APPEND TARVOK_NATIVE_FLAGS -mno-fma)
-endif()
+foreach(extension IN ITEMS fma avx512f)
+    check_cxx_compiler_flag(-mno-${extension} TARVOK_HAS_NO_${extension})
+    if(TARVOK_HAS_NO_${extension})
+        list(APPEND TARVOK_NATIVE_FLAGS -mno-${extension})
+    endif()
+endforeach()
 if(TARVOK_NATIVE)
     target_compile_options(tarvok_flags INTERFACE ${TARVOK_NATIVE_FLAGS})
 endif()

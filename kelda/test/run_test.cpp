@@ -115,7 +115,7 @@ TEST_F(RunTest, TheFolderOfNetworkDataAnswersTheCircuitsDesigns) {
         << run.err;
     EXPECT_TRUE(Holds(run.err, "\nfield 0 3 1000000000 ")) << run.err;
     EXPECT_TRUE(
-        Holds(RunScript("field line N1 - 3 2e9", {"--data", "data"}).err, "error: No network data for N1"));
+        Holds(RunScript("field line N1 - 3 2e9", {"--data", "data"}).err, "warning: No network data for N1"));
     run = RunScript("field none N1 - 3 1e9;field bad N2 - 3 1e9", {"--data", "data", "-q"});
     EXPECT_TRUE(Holds(run.err,
                       "error: No network data for N1 (design none): there is no such file in data, but "

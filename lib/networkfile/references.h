@@ -16,7 +16,4 @@ namespace networkfile {
 // is no S at these impedances.
 bool Refer(CNetworkDataSolution& solution, const ComplexVector& impedances);
 
-// Whether all solved points are modal ones whose rows refer to this impedance.
-bool RefersTo(const CNetworkDataSolution& solution, const Complex& impedance);
-
 } // namespace networkfile

@@ -33,7 +33,8 @@ int MatrixSolve(const ComplexMatrix& a, const ComplexMatrix& b, ComplexMatrix& x
 ComplexMatrix MatrixInverse(const ComplexMatrix& a);
 int InvertInto(const ComplexMatrix& a, ComplexMatrix& x);
 
-// Eigenvalues and, in the columns of `vectors`, right eigenvectors of length 1 of a square matrix. False if LAPACK
+// Eigenvalues and, in the columns of `vectors`, right eigenvectors of length 1 of a square matrix. False if LAPACK (OpenBLAS's
+// or, without it, any; it is loaded at the first call)
 // reports a failure; the results are then as they stood. An element that isn't finite is a failure, an empty
 // matrix a success with empty results.
 bool EigenDecompose(const ComplexMatrix& a, ComplexVector& values, ComplexMatrix& vectors);

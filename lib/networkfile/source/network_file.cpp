@@ -160,24 +160,20 @@ std::unique_ptr<CNetworkDataSolution> WithoutReferences(CNetworkDataSolution& so
     return bare;
 }
 
-// The engine refers what it gets to 50 ohm by way of the admittances. Data at 50 ohm go without their references, which spares
-// them that way; a network without admittances is brought to 50 ohm before.
+// The engine refers what it gets to 50 ohm by way of the admittances. A network that has none at some frequency is brought to
+// 50 ohm before, and goes without its references.
 void SpareTheAdmittances(std::unique_ptr<CNetworkDataSolution>& solution) {
     const auto* modal = dynamic_cast<CNetworkModalSolution*>(solution.get());
     if (!modal || solution->GetObjectType() != ObjectType::Modal || modal->GetPostprocSetup())
         return;
-    const Complex reference(kEngineOhms);
-    if (!RefersTo(*solution, reference)) {
-        auto referred = solution->Clone();
-        try {
-            if (Refer(*referred, ComplexVector(solution->GetMatrixSize(), reference)))
-                return;
-        } catch (const std::runtime_error&) {
-            return; // the engine's to refuse
-        }
-        solution = std::move(referred);
+    const auto referred = solution->Clone();
+    try {
+        if (Refer(*referred, ComplexVector(solution->GetMatrixSize(), Complex(kEngineOhms))))
+            return;
+    } catch (const std::runtime_error&) {
+        return; // the engine's to refuse
     }
-    solution = WithoutReferences(*solution);
+    solution = WithoutReferences(*referred);
 }
 
 touchstone::Layout LayoutOf(const touchstone::Network& network, const WriteOptions& options) {

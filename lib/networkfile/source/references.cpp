@@ -119,14 +119,4 @@ bool Refer(CNetworkDataSolution& solution, const ComplexVector& impedances) {
     return isOwnWay;
 }
 
-bool RefersTo(const CNetworkDataSolution& solution, const Complex& impedance) {
-    const CFrequencyMap& points = solution.GetSolvedPoints();
-    return std::all_of(points.begin(), points.end(), [&](const CFrequencyMap::Entry& entry) {
-        auto* modal = dynamic_cast<CNetworkModalData*>(entry.point);
-        const ComplexVector* z = modal ? modal->GetPortImpedance() : nullptr;
-        return z && std::all_of(z->Data(), z->Data() + z->Size(),
-                                [&](const Complex& of) { return of == impedance; });
-    });
-}
-
 } // namespace networkfile

@@ -1,6 +1,5 @@
 #include "blas_threads.h"
 
-#include <dlfcn.h>
 #include <mutex>
 
 namespace {
@@ -8,12 +7,6 @@ namespace {
 // The number of threads is the BLAS's one setting for the whole process. The first of overlapping holders remembers
 // what was set, the last one puts it back.
 struct ThreadSetting {
-    using Get = int (*)();
-    using Set = void (*)(int);
-
-    // Null where the BLAS is one that has no threads.
-    const Get get = reinterpret_cast<Get>(dlsym(RTLD_DEFAULT, "openblas_get_num_threads"));
-    const Set set = reinterpret_cast<Set>(dlsym(RTLD_DEFAULT, "openblas_set_num_threads"));
     std::mutex mutex;
     int holders = 0;
     int former = 0;
@@ -26,23 +19,23 @@ ThreadSetting& Setting() {
 
 } // namespace
 
-OneBlasThread::OneBlasThread() {
-    ThreadSetting& setting = Setting();
-    if (!setting.get || !setting.set)
+OneBlasThread::OneBlasThread(const Lapack& lapack) : m_Lapack(lapack) {
+    if (!m_Lapack.getThreads || !m_Lapack.setThreads)
         return;
+    ThreadSetting& setting = Setting();
     const std::lock_guard lock(setting.mutex);
     if (setting.holders++ == 0) {
-        setting.former = setting.get();
+        setting.former = m_Lapack.getThreads();
         if (setting.former != 1)
-            setting.set(1);
+            m_Lapack.setThreads(1);
     }
 }
 
 OneBlasThread::~OneBlasThread() {
-    ThreadSetting& setting = Setting();
-    if (!setting.get || !setting.set)
+    if (!m_Lapack.getThreads || !m_Lapack.setThreads)
         return;
+    ThreadSetting& setting = Setting();
     const std::lock_guard lock(setting.mutex);
     if (--setting.holders == 0 && setting.former != 1)
-        setting.set(setting.former);
+        m_Lapack.setThreads(setting.former);
 }

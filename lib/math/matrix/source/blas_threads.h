@@ -2,10 +2,15 @@
 // threads cost more than they give.
 #pragma once
 
+#include "lapack.h"
+
 class OneBlasThread {
 public:
-    OneBlasThread();
+    explicit OneBlasThread(const Lapack& lapack);
     ~OneBlasThread();
     OneBlasThread(const OneBlasThread&) = delete;
     OneBlasThread& operator=(const OneBlasThread&) = delete;
+
+private:
+    const Lapack& m_Lapack;
 };

@@ -1,30 +1,12 @@
 #include "blas_threads.h"
 #include "dense_solve.h"
+#include "lapack.h"
 #include "work_area.h"
 
 #include <matrix/linear_algebra.h>
 
 #include <algorithm>
 #include <cstddef>
-
-// LAPACK's calling convention: everything by address, and the length of each text behind the arguments.
-extern "C" {
-void zgebal_(const char* job, const int* n, Complex* a, const int* lda, int* ilo, int* ihi, double* scale,
-             int* info, std::size_t);
-void zgehrd_(const int* n, const int* ilo, const int* ihi, Complex* a, const int* lda, Complex* tau,
-             Complex* work, const int* lwork, int* info);
-void zunghr_(const int* n, const int* ilo, const int* ihi, Complex* a, const int* lda, const Complex* tau,
-             Complex* work, const int* lwork, int* info);
-void zhseqr_(const char* job, const char* compz, const int* n, const int* ilo, const int* ihi, Complex* h,
-             const int* ldh, Complex* w, Complex* z, const int* ldz, Complex* work, const int* lwork,
-             int* info, std::size_t, std::size_t);
-void ztrevc_(const char* side, const char* howmny, const int* select, const int* n, Complex* t,
-             const int* ldt, Complex* vl, const int* ldvl, Complex* vr, const int* ldvr, const int* mm,
-             int* m, Complex* work, double* rwork, int* info, std::size_t, std::size_t);
-void zgebak_(const char* job, const char* side, const int* n, const int* ilo, const int* ihi,
-             const double* scale, const int* m, Complex* v, const int* ldv, int* info, std::size_t,
-             std::size_t);
-}
 
 namespace {
 
@@ -59,30 +41,33 @@ bool Decompose(int n, const Complex* a, Complex* values, Complex* vectors) {
     }
     std::fill_n(select, n, 0);
 
-    const OneBlasThread oneThread;
+    const Lapack* lapack = LoadedLapack();
+    if (!lapack)
+        return false;
+    const OneBlasThread oneThread(*lapack);
     int ilo = 0;
     int ihi = 0;
     int used = 0;
     int info = 0;
     const int lwork = 32 * n;
-    zgebal_("B", &n, unitary, &n, &ilo, &ihi, scale, &info, 1);
+    lapack->zgebal("B", &n, unitary, &n, &ilo, &ihi, scale, &info, 1);
     if (info != 0)
         return false;
-    zgehrd_(&n, &ilo, &ihi, unitary, &n, tau, work, &lwork, &info);
+    lapack->zgehrd(&n, &ilo, &ihi, unitary, &n, tau, work, &lwork, &info);
     if (info != 0)
         return false;
     std::copy_n(unitary, size, schur);
-    zunghr_(&n, &ilo, &ihi, unitary, &n, tau, work, &lwork, &info);
+    lapack->zunghr(&n, &ilo, &ihi, unitary, &n, tau, work, &lwork, &info);
     if (info != 0)
         return false;
-    zhseqr_("S", "V", &n, &ilo, &ihi, schur, &n, found, unitary, &n, work, &lwork, &info, 1, 1);
+    lapack->zhseqr("S", "V", &n, &ilo, &ihi, schur, &n, found, unitary, &n, work, &lwork, &info, 1, 1);
     if (info != 0)
         return false;
-    ztrevc_("R", "B", select, &n, schur, &n, nullptr, &n, unitary, &n, &n, &used, work, realWork, &info, 1,
-            1);
+    lapack->ztrevc("R", "B", select, &n, schur, &n, nullptr, &n, unitary, &n, &n, &used, work, realWork,
+                   &info, 1, 1);
     if (info != 0)
         return false;
-    zgebak_("B", "R", &n, &ilo, &ihi, scale, &n, unitary, &n, &info, 1, 1);
+    lapack->zgebak("B", "R", &n, &ilo, &ihi, scale, &n, unitary, &n, &info, 1, 1);
     if (info != 0)
         return false;
 
