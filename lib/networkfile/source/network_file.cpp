@@ -160,20 +160,37 @@ std::unique_ptr<CNetworkDataSolution> WithoutReferences(CNetworkDataSolution& so
     return bare;
 }
 
-// The engine refers what it gets to 50 ohm by way of the admittances. A network that has none at some frequency is brought to
-// 50 ohm before, and goes without its references.
+// Whether the engine has nothing to refer: all rows are at its reference. With fewer points than an interpolation with
+// references takes the data stay as they are, so that a frequency beyond them is told.
+bool IsAtEngineReference(const CNetworkDataSolution& solution) {
+    constexpr int kLeastPoints = 3;
+    const CFrequencyMap& points = solution.GetSolvedPoints();
+    return solution.GetNumSolvedFrequencies() >= kLeastPoints &&
+           std::all_of(points.begin(), points.end(), [](const CFrequencyMap::Entry& entry) {
+               const ComplexVector* z = static_cast<CNetworkModalData*>(entry.point)->GetPortImpedance();
+               return z && std::all_of(z->Data(), z->Data() + z->Size(),
+                                       [](const Complex& of) { return of == Complex(kEngineOhms); });
+           });
+}
+
+// The engine refers what it gets to 50 ohm by way of the admittances, near whose poles, at a line of half a wave for
+// instance, digits are lost. Data at 50 ohm go without their references, which spares them that way; a network that has no
+// admittances at some frequency is brought to 50 ohm before.
 void SpareTheAdmittances(std::unique_ptr<CNetworkDataSolution>& solution) {
     const auto* modal = dynamic_cast<CNetworkModalSolution*>(solution.get());
     if (!modal || solution->GetObjectType() != ObjectType::Modal || modal->GetPostprocSetup())
         return;
-    const auto referred = solution->Clone();
-    try {
-        if (Refer(*referred, ComplexVector(solution->GetMatrixSize(), Complex(kEngineOhms))))
-            return;
-    } catch (const std::runtime_error&) {
-        return; // the engine's to refuse
+    if (!IsAtEngineReference(*solution)) {
+        auto referred = solution->Clone();
+        try {
+            if (Refer(*referred, ComplexVector(solution->GetMatrixSize(), Complex(kEngineOhms))))
+                return;
+        } catch (const std::runtime_error&) {
+            return; // the engine's to refuse
+        }
+        solution = std::move(referred);
     }
-    solution = WithoutReferences(*referred);
+    solution = WithoutReferences(*solution);
 }
 
 touchstone::Layout LayoutOf(const touchstone::Network& network, const WriteOptions& options) {
