@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -13,23 +14,28 @@ bool Take(const platform::DynamicLibrary& library, const char* name, Function& f
     return function != nullptr;
 }
 
-std::optional<Lapack> Load(const char* file) {
-    std::string error;
-    // Not unloaded: its threads may be anywhere in it.
-    auto& library = *new platform::DynamicLibrary(platform::DynamicLibrary::Load(file, error));
+struct Loaded {
+    platform::DynamicLibrary library;
     Lapack lapack{};
+};
+
+std::optional<Loaded> Load(const char* file) {
+    std::string error;
+    Loaded loaded{platform::DynamicLibrary::Load(file, error)};
+    const platform::DynamicLibrary& library = loaded.library;
+    Lapack& lapack = loaded.lapack;
     Take(library, "openblas_get_num_threads", lapack.getThreads);
     Take(library, "openblas_set_num_threads", lapack.setThreads);
     const bool isWhole = Take(library, "zgebal_", lapack.zgebal) && Take(library, "zgehrd_", lapack.zgehrd) &&
                          Take(library, "zunghr_", lapack.zunghr) && Take(library, "zhseqr_", lapack.zhseqr) &&
                          Take(library, "ztrevc_", lapack.ztrevc) && Take(library, "zgebak_", lapack.zgebak);
-    return isWhole ? std::optional(lapack) : std::nullopt;
+    return isWhole ? std::optional(std::move(loaded)) : std::nullopt;
 }
 
-std::optional<Lapack> LoadFirst() {
+std::optional<Loaded> LoadFirst() {
     for (const char* file : {"libopenblas.so.0", "liblapack.so.3"}) {
-        if (auto lapack = Load(file))
-            return lapack;
+        if (auto loaded = Load(file))
+            return loaded;
     }
     return std::nullopt;
 }
@@ -37,6 +43,7 @@ std::optional<Lapack> LoadFirst() {
 } // namespace
 
 const Lapack* LoadedLapack() {
-    static const std::optional<Lapack> lapack = LoadFirst();
-    return lapack ? &*lapack : nullptr;
+    // Never unloaded: its threads may be anywhere in it.
+    static const auto* const loaded = new std::optional<Loaded>(LoadFirst());
+    return *loaded ? &(*loaded)->lapack : nullptr;
 }
