@@ -1,47 +1,27 @@
 #include "signal_watch.h"
 
 #include <signal.h>
-#include <sys/eventfd.h>
+#include <sys/signalfd.h>
 
-#include <atomic>
 #include <cerrno>
-#include <cstdint>
 #include <system_error>
 
-namespace {
-
-std::atomic<int> g_Descriptor = -1;
-static_assert(std::atomic<int>::is_always_lock_free);
-
-extern "C" void TakeNote(int) {
-    const int error = errno;
-    const std::uint64_t one = 1;
-    [[maybe_unused]] const ssize_t written = write(g_Descriptor, &one, sizeof one);
-    errno = error;
-}
-
-} // namespace
-
-SignalWatch::SignalWatch() : m_Descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK | EFD_SEMAPHORE)) {
-    if (!m_Descriptor)
-        throw std::system_error(errno, std::system_category(), "can't watch for signals");
-    g_Descriptor = m_Descriptor.Get();
+SignalWatch::SignalWatch() {
+    sigset_t watched;
+    sigemptyset(&watched);
     for (int number : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction action {};
         sigaction(number, nullptr, &action);
-        if (action.sa_handler == SIG_IGN)
-            continue;
-        action.sa_handler = TakeNote;
-        action.sa_flags = SA_RESTART;
-        sigaction(number, &action, nullptr);
+        if (action.sa_handler != SIG_IGN)
+            sigaddset(&watched, number);
     }
-}
-
-SignalWatch::~SignalWatch() {
-    g_Descriptor = -1;
+    pthread_sigmask(SIG_BLOCK, &watched, nullptr);
+    m_Descriptor = platform::UniqueFd(signalfd(-1, &watched, SFD_CLOEXEC | SFD_NONBLOCK));
+    if (!m_Descriptor)
+        throw std::system_error(errno, std::system_category(), "can't watch for signals");
 }
 
 bool SignalWatch::Take() {
-    std::uint64_t one;
-    return read(m_Descriptor.Get(), &one, sizeof one) == sizeof one;
+    signalfd_siginfo info;
+    return read(m_Descriptor.Get(), &info, sizeof info) == sizeof info;
 }

@@ -1,17 +1,15 @@
-// The signals by which a person or a system asks a program to end, taken in by a loop.
+// The signals by which a person or a system asks a program to end, taken in by a loop instead of a handler.
 #pragma once
 
 #include <platform/unique_fd.h>
 
-// From its making on, interrupt, termination and hang-up don't end the process but make Descriptor() readable, whichever
-// thread they hit: libraries have threads of their own before main. A signal that the process was told to ignore when it
-// was started (nohup, a shell's background job) stays ignored. There is one at a time.
+// From its making on, interrupt, termination and hang-up don't end the process but make Descriptor()
+// readable. To be made before any thread is started: only then no other thread can be hit by one of them. A
+// signal that the process was told to ignore when it was started (nohup, a shell's background job) stays
+// ignored.
 class SignalWatch {
 public:
     SignalWatch();
-    SignalWatch(const SignalWatch&) = delete;
-    SignalWatch& operator=(const SignalWatch&) = delete;
-    ~SignalWatch();
 
     // Readable while a signal waits.
     int Descriptor() const { return m_Descriptor.Get(); }
