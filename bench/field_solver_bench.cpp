@@ -3,6 +3,7 @@
 // is there when it is asked for. A figure is the median of the processor's time of ours over that of the other's, by turns in
 // one run. `field_solver_bench [rounds]`.
 #include "allocation_count.h"
+#include "measure.h"
 
 #include <engine/field_solver_bridge.h>
 
@@ -27,33 +28,7 @@ namespace {
 
 int gRounds = 15;
 
-void Require(bool holds) {
-    if (!holds)
-        std::abort();
-}
-
-// The processor's time, which stays comparable on a busy machine, where the time by the clock doesn't.
-double Milliseconds(const std::function<void()>& work) {
-    const auto now = [] {
-        timespec time{};
-        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-        return 1e3 * static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_nsec);
-    };
-    const double start = now();
-    work();
-    return now() - start;
-}
-
-double Median(std::vector<double> times) {
-    std::sort(times.begin(), times.end());
-    return times[times.size() / 2];
-}
-
 // Hands out a reply that was laid ready.
-double Best(const std::vector<double>& times) {
-    return *std::min_element(times.begin(), times.end());
-}
-
 struct Client final : platform::CountedObject<IKeldaSolutionInterface> {
     HRESULT GetFieldSolverData(BSTR, BSTR, BSTR, BSTR, BSTR, BSTR, BSTR* netwData, std::int32_t*) override {
         *netwData = reply.Release();
@@ -118,30 +93,31 @@ void Compare(int ports, int points) {
     for (int round = 0; round < gRounds; ++round) {
         client->reply = platform::UniqueBstr(data.reply);
         const std::size_t before = Allocations();
-        ours.push_back(Milliseconds([&] {
-            int count = 0;
-            Require(FieldSolverBridge(*client).Answer(request, out, count) == FieldSolverBridge::kGood);
-            Require(count == static_cast<int>(out.size()));
-        }));
+        ours.push_back(1e3 * Seconds([&] {
+                           int count = 0;
+                           Require(FieldSolverBridge(*client).Answer(request, out, count) ==
+                                   FieldSolverBridge::kGood);
+                           Require(count == static_cast<int>(out.size()));
+                       }));
         allocations = Allocations() - before;
-        theirs.push_back(Milliseconds([&] {
-            rapidjson::Document json;
-            json.Parse<rapidjson::kParseFullPrecisionFlag>(data.json.c_str());
-            Require(!json.HasParseError());
-        }));
+        theirs.push_back(1e3 * Seconds([&] {
+                             rapidjson::Document json;
+                             json.Parse<rapidjson::kParseFullPrecisionFlag>(data.json.c_str());
+                             Require(!json.HasParseError());
+                         }));
 
         // The parts of ours.
         auto block = std::make_unique<io::CBlock>();
-        parse.push_back(Milliseconds([&] {
-            io::CToken_istring s(io::CToken_istring::InPlace{data.reply}, &io::DefaultDelimiterGrammar(),
-                                 io::kDropSourceText);
-            block->Read(s);
-        }));
+        parse.push_back(1e3 * Seconds([&] {
+                            io::CToken_istring s(io::CToken_istring::InPlace{data.reply},
+                                                 &io::DefaultDelimiterGrammar(), io::kDropSourceText);
+                            block->Read(s);
+                        }));
         std::unique_ptr<CNetworkDataSolution> solution;
-        solve.push_back(Milliseconds([&] { solution = CreateNetworkSolution(*block); }));
+        solve.push_back(1e3 * Seconds([&] { solution = CreateNetworkSolution(*block); }));
         const ComplexVector fifties(ports, Complex(50));
-        renormalise.push_back(Milliseconds([&] { Require(solution->RenormalizePorts(fifties, true)); }));
-        release.push_back(Milliseconds([&] { block.reset(); }));
+        renormalise.push_back(1e3 * Seconds([&] { Require(solution->RenormalizePorts(fifties, true)); }));
+        release.push_back(1e3 * Seconds([&] { block.reset(); }));
     }
     const double base = Best(theirs);
     fmt::print(

@@ -4,6 +4,7 @@
 // other's, by turns in one run, in processor time. `points_bench [rounds]`.
 #include "allocation_count.h"
 #include "matrix_bench_peers.h"
+#include "measure.h"
 
 #include <sparamlib/network_modal_data.h>
 #include <sparamlib/network_terminal_data.h>
@@ -40,25 +41,6 @@ ComplexMatrix RandomMatrix(int n) {
     return matrix;
 }
 
-double Median(std::vector<double> times) {
-    std::nth_element(times.begin(), times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2),
-                     times.end());
-    return times[times.size() / 2];
-}
-
-double ProcessorSeconds() {
-    timespec time;
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
-}
-
-double Seconds(const std::function<void()>& work, int repeat) {
-    const double start = ProcessorSeconds();
-    for (int i = 0; i < repeat; ++i)
-        work();
-    return (ProcessorSeconds() - start) / repeat;
-}
-
 void Compare(const std::string& what, const std::function<void()>& ours, const std::function<void()>& bare,
              int repeat) {
     std::vector<double> a, b;
@@ -69,14 +51,8 @@ void Compare(const std::string& what, const std::function<void()>& ours, const s
         b.push_back(Seconds(bare, repeat));
     }
     fmt::print("{:<36} {:>10.2f} us {:>10.2f} us   ratio {:.2f} (best {:.2f})\n", what, 1e6 * Median(a),
-               1e6 * Median(b), Median(a) / Median(b),
-               *std::min_element(a.begin(), a.end()) / *std::min_element(b.begin(), b.end()));
+               1e6 * Median(b), Median(a) / Median(b), Best(a) / Best(b));
     std::fflush(stdout);
-}
-
-void Require(bool holds) {
-    if (!holds)
-        std::abort();
 }
 
 void Memory() {

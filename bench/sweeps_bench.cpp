@@ -3,6 +3,8 @@
 // that holds a sweep, and the samples that a
 // tolerance takes with the true error that it leaves. Times are of the processor; a ratio is that of medians, by turns in
 // one run. `sweeps_bench [rounds]`.
+#include "measure.h"
+
 #include <sparamlib/adaptive_sweep.h>
 #include <sparamlib/solution_factory.h>
 #include <sparamlib/test/plain_sweep.h>
@@ -21,27 +23,6 @@
 namespace {
 
 int gRounds = 9;
-
-void Require(bool holds) {
-    if (!holds)
-        std::abort();
-}
-
-double Seconds(const std::function<void()>& work) {
-    const auto now = [] {
-        timespec time;
-        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-        return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
-    };
-    const double start = now();
-    work();
-    return now() - start;
-}
-
-double Median(std::vector<double> times) {
-    std::sort(times.begin(), times.end());
-    return times[times.size() / 2];
-}
 
 // Random poles in 1 to 3 GHz with losses of 1 / q or more, the same in all elements: n by n, symmetric. Behind lines of up
 // to so many seconds it is of no finite order.

@@ -1,6 +1,8 @@
 // Reading and writing Touchstone text: against a count of the text's lines, which is a scan of its bytes, against strtod
 // and snprintf for the same numbers, and against scikit-rf's reader where python3 has it. Processor time; a time is the
 // median of ours over the median of the other's, by turns in one run. `touchstone_bench [rounds]`.
+#include "measure.h"
+
 #include <touchstone/touchstone.h>
 
 #include <fmt/format.h>
@@ -21,27 +23,6 @@ namespace {
 using namespace touchstone;
 
 int gRounds = 15;
-
-void Require(bool holds) {
-    if (!holds)
-        std::abort();
-}
-
-double Seconds(const std::function<void()>& work) {
-    const auto now = [] {
-        timespec time{};
-        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-        return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
-    };
-    const double start = now();
-    work();
-    return now() - start;
-}
-
-double Median(std::vector<double> times) {
-    std::sort(times.begin(), times.end());
-    return times[times.size() / 2];
-}
 
 Network Random(int ports, int points) {
     std::mt19937_64 random(1);

@@ -69,7 +69,9 @@ struct Written {
 Written Write(CNetworkDataSolution& solution, const std::string& name, const WriteOptions& options = {});
 
 // What the engine takes from a client as a component's data (see IKeldaSolutionInterface): the network as block text whose
-// points all hold S. A stored text that is that already comes as it stands.
+// points all hold S. A stored text that is that already comes as it stands. Otherwise data at the engine's 50 ohm, if they
+// are three points or more, come as S alone, and so does a network that has no admittances at some frequency, brought to
+// 50 ohm: the engine's way there leads through the admittances (see references.h).
 std::u16string ReadForEngine(const std::string& name);
 
 } // namespace networkfile
