@@ -25,8 +25,11 @@ add_library(tarvok_flags INTERFACE)
 target_compile_features(tarvok_flags INTERFACE cxx_std_20)
 # A product and a sum stay two roundings: results are the stated formulas to the bit.
 target_compile_options(tarvok_flags INTERFACE -ffp-contract=off)
-# A source file names itself by its path within the tree.
-target_compile_options(tarvok_flags INTERFACE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+# A source file names itself by its path within the tree, also where a compiler cache hands the compiler paths relative to
+# the build's folder.
+file(RELATIVE_PATH TARVOK_SOURCE_FROM_BUILD ${CMAKE_BINARY_DIR} ${PROJECT_SOURCE_DIR})
+target_compile_options(tarvok_flags INTERFACE
+    -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/= -fmacro-prefix-map=${TARVOK_SOURCE_FROM_BUILD}=)
 # GCC 12 fuses neighbouring products and sums into one rounding even where contraction is off; AVX-512 has instructions of
 # its own for that.
 set(TARVOK_NATIVE_FLAGS -march=native)
