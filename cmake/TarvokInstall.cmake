@@ -7,8 +7,8 @@
 #   lib/cmake/tarvokengine/      find_package(tarvokengine) and the targets tarvok::NAME
 #   share/                       man pages, documents, examples
 #
-# A library or program that tarvok_library() or tarvok_program() made is installed without more ado. The parts of the
-# engine's process are not: nobody but its program links them.
+# A library or program that tarvok_library() or tarvok_program() made is installed without more ado, the PARTs of programs
+# aside.
 
 include(CMakePackageConfigHelpers)
 
@@ -17,10 +17,6 @@ set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tarvokengine)
 get_property(libraries GLOBAL PROPERTY TARVOK_LIBRARIES)
 foreach(library IN LISTS libraries)
     get_target_property(folder ${library} SOURCE_DIR)
-    cmake_path(RELATIVE_PATH folder BASE_DIRECTORY ${PROJECT_SOURCE_DIR} OUTPUT_VARIABLE room)
-    if(room MATCHES "^(engine|kelda)(/|$)")
-        continue()
-    endif()
     install(TARGETS ${library} EXPORT tarvokengine
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
     cmake_path(GET folder FILENAME name)

@@ -1,10 +1,11 @@
 # The project's kinds of targets. Each function states once what all targets of a kind have in common.
 
-# tarvok_library(NAME SOURCES ... [PUBLIC targets] [PRIVATE targets])
+# tarvok_library(NAME [PART] SOURCES ... [PUBLIC targets] [PRIVATE targets])
 # A library of the house with the alias tarvok::NAME, installed with its headers (cmake/TarvokInstall.cmake). They
-# are included as <folder/header.h>, where the folder is the one that holds the calling CMakeLists.txt.
+# are included as <folder/header.h>, where the folder is the one that holds the calling CMakeLists.txt. PART is what only a
+# program of the house is made of, and is not installed.
 function(tarvok_library name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+    cmake_parse_arguments(ARG "PART" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
     add_library(tarvok_${name} STATIC ${ARG_SOURCES})
     add_library(tarvok::${name} ALIAS tarvok_${name})
     set_target_properties(tarvok_${name} PROPERTIES EXPORT_NAME ${name} OUTPUT_NAME tarvok_${name})
@@ -16,7 +17,14 @@ function(tarvok_library name)
         PUBLIC ${ARG_PUBLIC}
         PRIVATE ${ARG_PRIVATE} $<BUILD_INTERFACE:tarvok_flags>)
     target_compile_features(tarvok_${name} PUBLIC cxx_std_20)
-    set_property(GLOBAL APPEND PROPERTY TARVOK_LIBRARIES tarvok_${name})
+    if(NOT ARG_PART)
+        set_property(GLOBAL APPEND PROPERTY TARVOK_LIBRARIES tarvok_${name})
+        # How much the compiler inlines depends on how much it sees at once; a library's speed is that of its sources as they
+        # are written.
+        if(CMAKE_BUILD_TYPE STREQUAL Release)
+            set_target_properties(tarvok_${name} PROPERTIES UNITY_BUILD OFF)
+        endif()
+    endif()
 endfunction()
 
 # tarvok_program(NAME SOURCES ... [LIBS targets])
@@ -28,6 +36,19 @@ function(tarvok_program name)
     set_property(GLOBAL APPEND PROPERTY TARVOK_PROGRAMS ${name})
 endfunction()
 
+# tarvok_precompiled_gtest(NAME)
+# GoogleTest's header, compiled once for all tests. Nothing else is in it, so that a test still needs every other include.
+function(tarvok_precompiled_gtest name)
+    file(CONFIGURE OUTPUT ${name}.cpp CONTENT "int main() {}\n")
+    add_executable(${name} EXCLUDE_FROM_ALL ${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp)
+    target_link_libraries(${name} PRIVATE GTest::gtest tarvok_flags)
+    target_compile_options(${name} PRIVATE ${TARVOK_TEST_OPTIONS})
+    target_precompile_headers(${name} PRIVATE <gtest/gtest.h>)
+endfunction()
+
+# A test's own code runs for milliseconds; optimising it would be a good part of a build.
+set(TARVOK_TEST_OPTIONS $<$<NOT:$<CONFIG:Debug>>:-O1>)
+
 # tarvok_test(NAME SOURCES ... [LIBS targets] [LABELS labels] [DEPENDS targets] [ENVIRONMENT NAME=VALUE])
 # A GoogleTest program whose cases are ctest's tests. The label "threaded" puts it among those that run under the
 # thread sanitizer as well; the target threaded_tests builds those.
@@ -38,8 +59,8 @@ function(tarvok_test name)
     cmake_parse_arguments(ARG "" "ENVIRONMENT" "SOURCES;LIBS;LABELS;DEPENDS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest_main tarvok_flags)
-    # A test's own code runs for milliseconds; optimising it would be a good part of a build.
-    target_compile_options(${name} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O1>)
+    target_compile_options(${name} PRIVATE ${TARVOK_TEST_OPTIONS})
+    target_precompile_headers(${name} REUSE_FROM tarvok_gtest)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/test)
     if(ARG_DEPENDS)
         add_dependencies(${name} ${ARG_DEPENDS})
@@ -61,10 +82,14 @@ function(tarvok_test name)
 endfunction()
 
 # tarvok_bench(NAME SOURCES ... [LIBS targets] [DEPENDS targets])
-# A program that measures; it is built with TARVOK_BENCH and not installed.
+# A program that measures. None is built unless it is asked for, by its name or with all of them by the target benches.
 function(tarvok_bench name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;DEPENDS" ${ARGN})
-    add_executable(${name} ${ARG_SOURCES})
+    add_executable(${name} EXCLUDE_FROM_ALL ${ARG_SOURCES})
+    if(NOT TARGET benches)
+        add_custom_target(benches)
+    endif()
+    add_dependencies(benches ${name})
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} tarvok_flags)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
     if(ARG_DEPENDS)

@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr char kFooter[] = R"(
+constexpr char kBlockFooter[] = R"(
 A stored text is UTF-8; a binary text begins with a zero byte. Either is read, "-" from standard input.
 
 Exit status: 0 done, 1 the file has errors or the item isn't there, 2 wrong use.
@@ -27,7 +27,7 @@ Examples:
   kelda block show result.solb
   kelda block get result.sol SolutionData/DataPoint/Frequency)";
 
-struct Options {
+struct BlockOptions {
     std::string file;
     std::string path;
     std::string output = "-";
@@ -43,7 +43,7 @@ void PutErrors(const BlockFile& file, const std::vector<io::StoredError>& errors
         out.Write(file.Name() + ":" + std::to_string(error.line) + ": " + ToUtf8(error.text) + "\n");
 }
 
-int Check(const Options& options) {
+int CheckFile(const BlockOptions& options) {
     const BlockFile file(options.file);
     std::vector<io::StoredError> errors;
     {
@@ -80,7 +80,7 @@ std::vector<io::CBlockItemPtr> ReadItems(const BlockFile& file, int& status) {
     return items;
 }
 
-int Show(const Options& options) {
+int ShowItems(const BlockOptions& options) {
     const BlockFile file(options.file);
     int status = kDone;
     const std::vector<io::CBlockItemPtr> items = ReadItems(file, status);
@@ -96,7 +96,7 @@ int Show(const Options& options) {
     return Deliver(WriteItems(items, format), options.output, status);
 }
 
-int Get(const Options& options) {
+int GetItem(const BlockOptions& options) {
     const BlockFile file(options.file);
     int status = kDone;
     io::CBlock root;
@@ -118,7 +118,7 @@ int Get(const Options& options) {
     return Deliver(WriteItems({found}, BlockFormat()), options.output, status);
 }
 
-int WriteIndex(const Options& options) {
+int WriteIndex(const BlockOptions& options) {
     const BlockFile file(options.file);
     int status = kDone;
     const std::vector<io::CBlockItemPtr> items = ReadItems(file, status);
@@ -127,7 +127,7 @@ int WriteIndex(const Options& options) {
     return Deliver(WriteIndexed(items, options.allLevels), options.output, kDone);
 }
 
-int Find(const Options& options) {
+int FindBlock(const BlockOptions& options) {
     const BlockFile file(options.file);
     AString path;
     for (const std::string& name : NamesOfPath(options.path)) {
@@ -155,9 +155,9 @@ int Find(const Options& options) {
     return Deliver(WriteItems({item}, BlockFormat()), options.output, status);
 }
 
-using Work = int (*)(const Options&);
+using Work = int (*)(const BlockOptions&);
 
-int Guarded(Work work, const Options& options) {
+int Guarded(Work work, const BlockOptions& options) {
     try {
         return work(options);
     } catch (const std::exception& error) {
@@ -170,10 +170,10 @@ int Guarded(Work work, const Options& options) {
 } // namespace
 
 void AddBlockCommand(CLI::App& app, int& status) {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<BlockOptions>();
     CLI::App* block = app.add_subcommand("block", "Look at stored texts and binary texts");
     block->require_subcommand(1);
-    block->footer(kFooter);
+    block->footer(kBlockFooter);
     const auto add = [&](const char* name, const char* what, const char* example, Work work) {
         CLI::App* command = block->add_subcommand(name, what);
         command->add_option("FILE", options->file, "The stored text or binary text; - for standard input")
@@ -187,11 +187,11 @@ void AddBlockCommand(CLI::App& app, int& status) {
             ->type_name("OUT");
     };
 
-    CLI::App* check = add("check", "List every error as NAME:LINE: TEXT", "check result.sol", Check);
+    CLI::App* check = add("check", "List every error as NAME:LINE: TEXT", "check result.sol", CheckFile);
     check->add_flag("--json", options->json, "One object a line, with file, line, block and text");
 
     CLI::App* show = add("show", "Write the items in the form that is asked for",
-                         "show result.sol --to binary -o result.solb", Show);
+                         "show result.sol --to binary -o result.solb", ShowItems);
     show->add_option("--to", options->form, "text, binary or json")
         ->type_name("FORM")
         ->check(CLI::IsMember({"text", "binary", "json"}));
@@ -202,7 +202,7 @@ void AddBlockCommand(CLI::App& app, int& status) {
     addOutput(show);
 
     CLI::App* get = add("get", "Write one item, found by the names on the way to it",
-                        "get result.sol SolutionData/DataPoint/Frequency", Get);
+                        "get result.sol SolutionData/DataPoint/Frequency", GetItem);
     get->add_option("PATH", options->path, kNamePathHelp)->required();
     addOutput(get);
 
@@ -212,7 +212,7 @@ void AddBlockCommand(CLI::App& app, int& status) {
     addOutput(index);
 
     CLI::App* find = add("find", "Write one block, reached through the index",
-                         "find indexed.sol SolutionData/DataPoint", Find);
+                         "find indexed.sol SolutionData/DataPoint", FindBlock);
     find->add_option("PATH", options->path, kNamePathHelp)->required();
     addOutput(find);
 }

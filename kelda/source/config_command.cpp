@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr char kFooter[] = R"(
+constexpr char kConfigFooter[] = R"(
 A NAME is the names of keys and, as the last one, that of a value, divided by /; a backslash takes the next
 character as it is. It counts from the product's key (software/Orvane/Atelier/2.0) or, with a / in front, from
 the top. Upper and lower case are the same.
@@ -33,7 +33,7 @@ Examples:
   kelda config get Desktop/ProjectDirectory
   kelda config list --machine)";
 
-struct Options {
+struct ConfigOptions {
     std::string name;
     std::string value;
     std::string type = "text";
@@ -75,11 +75,11 @@ SettingPath PathOf(const std::string& name) {
     return {KeyPath(names, fromTop), value};
 }
 
-registry::HKEY Hive(const Options& options) {
+registry::HKEY Hive(const ConfigOptions& options) {
     return options.machine ? registry::HKEY_LOCAL_MACHINE : registry::HKEY_CURRENT_USER;
 }
 
-std::string File(const Options& options) {
+std::string File(const ConfigOptions& options) {
     const registry::Folders folders = registry::Folders::FromEnvironment();
     return ((options.machine ? folders.machine : folders.user) / registry::kFileName).string();
 }
@@ -137,7 +137,7 @@ std::vector<std::uint8_t> ReadBytes(const std::string& text) {
     return bytes;
 }
 
-registry::Value ReadValue(const Options& options) {
+registry::Value ReadValue(const ConfigOptions& options) {
     if (options.type == "number")
         return ReadNumber(options.value);
     if (options.type == "bytes")
@@ -161,11 +161,11 @@ std::string WhatIsThere(const std::optional<registry::Key>& key) {
     return "; the key holds " + list;
 }
 
-int NoSetting(const Options& options, const std::optional<registry::Key>& key) {
+int NoSetting(const ConfigOptions& options, const std::optional<registry::Key>& key) {
     return Fail(fmt::format("there is no setting {} in {}{}", options.name, File(options), WhatIsThere(key)));
 }
 
-int Get(const Options& options) {
+int GetSetting(const ConfigOptions& options) {
     registry::Store store;
     const SettingPath path = PathOf(options.name);
     const auto key = store.OpenKey(Hive(options), path.key, registry::KEY_QUERY_VALUE);
@@ -175,7 +175,7 @@ int Get(const Options& options) {
     return Deliver(options.json ? JsonLine(options.name, *value) : ValueText(*value) + "\n", "-", kDone);
 }
 
-int Set(const Options& options) {
+int SetSetting(const ConfigOptions& options) {
     registry::Value value = ReadValue(options);
     const SettingPath path = PathOf(options.name);
     registry::Store()
@@ -184,7 +184,7 @@ int Set(const Options& options) {
     return kDone;
 }
 
-int Unset(const Options& options) {
+int UnsetSetting(const ConfigOptions& options) {
     registry::Store store;
     const SettingPath path = PathOf(options.name);
     const auto key = store.OpenKey(Hive(options), path.key, registry::KEY_QUERY_VALUE);
@@ -219,7 +219,7 @@ void ListKey(const registry::Key& top, bool json, std::string& list) {
     }
 }
 
-int List(const Options& options) {
+int ListSettings(const ConfigOptions& options) {
     registry::Store store;
     const bool fromTop = FromTop(options.name);
     std::vector<std::string> names;
@@ -237,12 +237,12 @@ int List(const Options& options) {
 } // namespace
 
 void AddConfigCommand(CLI::App& app, int& status) {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<ConfigOptions>();
     CLI::App* config = app.add_subcommand("config", "Look at and change the settings");
     config->require_subcommand(1);
-    config->footer(kFooter);
+    config->footer(kConfigFooter);
     const auto add = [&](const char* name, const char* what, const char* example,
-                         int (*work)(const Options&)) {
+                         int (*work)(const ConfigOptions&)) {
         CLI::App* command = config->add_subcommand(name, what);
         command->add_flag("--machine", options->machine, "The settings of the machine, not the user's");
         command->footer(std::string("\nExample:\n  kelda config ") + example);
@@ -265,18 +265,19 @@ void AddConfigCommand(CLI::App& app, int& status) {
         command->add_flag("--json", options->json, "One object a setting, with name, type and value");
     };
 
-    jsonFlag(named(add("get", "Show one setting", "get Desktop/ProjectDirectory", Get)));
+    jsonFlag(named(add("get", "Show one setting", "get Desktop/ProjectDirectory", GetSetting)));
 
-    CLI::App* set =
-        named(add("set", "Change a setting or make it", "set Desktop/ProjectDirectory ~/projects", Set));
+    CLI::App* set = named(
+        add("set", "Change a setting or make it", "set Desktop/ProjectDirectory ~/projects", SetSetting));
     set->add_option("VALUE", options->value, "What it is set to")->required()->type_name("");
     set->add_option("--type", options->type, "text, number (32 bits) or bytes (hexadecimal digits)")
         ->type_name("TYPE")
         ->check(CLI::IsMember({"text", "number", "bytes"}));
 
-    named(add("unset", "Remove a setting", "unset Desktop/ProjectDirectory", Unset));
+    named(add("unset", "Remove a setting", "unset Desktop/ProjectDirectory", UnsetSetting));
 
-    CLI::App* list = add("list", "Show the settings of a key and of all keys below it", "list Desktop", List);
+    CLI::App* list =
+        add("list", "Show the settings of a key and of all keys below it", "list Desktop", ListSettings);
     list->add_option("KEY", options->name, std::string("Without it the product's. ") + kNamePathHelp)
         ->type_name("");
     jsonFlag(list);

@@ -15,8 +15,6 @@
 
 namespace {
 
-constexpr double kDegree = 3.14159265358979323846 / 180;
-
 std::string ValueText(const Complex& value, touchstone::Format format) {
     const std::complex<double> z(value.re, value.im);
     switch (format) {

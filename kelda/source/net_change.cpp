@@ -18,8 +18,6 @@
 
 namespace {
 
-constexpr double kDegree = 3.14159265358979323846 / 180;
-
 void Warn(const std::vector<std::string>& warnings) {
     Output err(STDERR_FILENO);
     for (const std::string& warning : warnings)

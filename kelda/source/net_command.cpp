@@ -18,7 +18,7 @@
 
 namespace {
 
-constexpr char kFooter[] = R"(
+constexpr char kNetFooter[] = R"(
 A network is a Touchstone file (.sNp, .ts) or a solution as text (.sol) or binary (.solb); "-" reads standard input.
 The name of OUT says what is written.
 
@@ -31,7 +31,7 @@ Examples:
   kelda net at filter.s2p --freq 1GHz:2GHz:11
   kelda net plot fit.sol filter.s2p -o fit.svg)";
 
-struct Options {
+struct NetOptions {
     NetChange change;
     NetQuestion question;
     NetPicture picture;
@@ -41,7 +41,7 @@ struct Options {
     bool json = false;
 };
 
-void TakeForm(const Options& options, networkfile::WriteOptions& form) {
+void TakeForm(const NetOptions& options, networkfile::WriteOptions& form) {
     form.kind = options.kind == "y"   ? touchstone::Kind::Y
                 : options.kind == "z" ? touchstone::Kind::Z
                                       : touchstone::Kind::S;
@@ -73,14 +73,14 @@ CLI::Option* AddParsed(CLI::App* command, const std::string& name, Value& value,
         ->type_name(type);
 }
 
-void AddKind(CLI::App* command, Options& options) {
+void AddKind(CLI::App* command, NetOptions& options) {
     command
         ->add_option("--param", options.kind, "The kind that a Touchstone file or a table shows: s, y or z")
         ->type_name("KIND")
         ->transform(CLI::IsMember({"s", "y", "z"}, CLI::ignore_case));
 }
 
-void AddForm(CLI::App* command, Options& options) {
+void AddForm(CLI::App* command, NetOptions& options) {
     AddKind(command, options);
     command
         ->add_option("--format", options.format,
@@ -92,10 +92,10 @@ void AddForm(CLI::App* command, Options& options) {
 } // namespace
 
 void AddNetCommand(CLI::App& app, int& status) {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<NetOptions>();
     CLI::App* net = app.add_subcommand("net", "Look at networks and change them");
     net->require_subcommand(1);
-    net->footer(kFooter);
+    net->footer(kNetFooter);
     const auto add = [&](const char* name, const char* what, const char* example, std::function<int()> work) {
         CLI::App* command = net->add_subcommand(name, what);
         command->footer(std::string("\nExample:\n  kelda net ") + example);

@@ -9,6 +9,9 @@
 #include <string_view>
 #include <vector>
 
+// In radians.
+inline constexpr double kDegree = 3.14159265358979323846 / 180;
+
 // One number in the unit ("Hz", "s", "m"; empty for a plain number).
 double ParseQuantity(std::string_view text, std::string_view unit);
 // Divided by commas; at least one.

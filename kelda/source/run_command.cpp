@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Options {
+struct RunOptions {
     std::string circuit;
     std::string project;
     std::string data;
@@ -25,7 +25,7 @@ struct Options {
     bool verbose = false;
 };
 
-constexpr char kFooter[] = R"(
+constexpr char kRunFooter[] = R"(
 Messages and the progress bar go to standard error, the list of result files to standard output.
 Ctrl-C aborts the job; a second Ctrl-C doesn't wait for that.
 
@@ -61,7 +61,7 @@ bool IsUtf8(const std::string& text) {
     return std::string(units.ToNarrow(kEncodingUtf8)) == text;
 }
 
-int Run(const Options& options) {
+int Run(const RunOptions& options) {
     SignalWatch signals;
     Output out(STDOUT_FILENO, signals.Descriptor());
     Output err(STDERR_FILENO, signals.Descriptor());
@@ -107,7 +107,7 @@ int Run(const Options& options) {
 } // namespace
 
 void AddRunCommand(CLI::App& app, int& status) {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<RunOptions>();
     CLI::App* command = app.add_subcommand("run", "Analyse a circuit");
     auto named = [](const char* what) {
         return CLI::Validator(
@@ -163,7 +163,7 @@ void AddRunCommand(CLI::App& app, int& status) {
         command->add_flag("-q,--quiet", options->quiet, "Show warnings and errors, nothing else");
     command->add_flag("-v,--verbose", options->verbose, "Show the time of each message, and more of them")
         ->excludes(quiet);
-    command->footer(kFooter);
+    command->footer(kRunFooter);
     command->callback([options, &status] {
         if (options->cosimOut == "-" && (options->json || !options->quiet))
             throw CLI::ValidationError("--cosim-out",

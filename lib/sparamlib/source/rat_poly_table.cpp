@@ -6,17 +6,22 @@
 
 namespace {
 
-constexpr int kVectors = 4; // as many as hide how long a division takes
-constexpr int kLanes = kVectors * V4::kLanes;
+constexpr int kBlockVectors = 4; // as many as hide how long a division takes
+constexpr int kBlockLanes = kBlockVectors * V4::kLanes;
 
 // An empty stage: 1 / (b + ...) vanishes.
 constexpr double kEmptyB = 1e300;
 constexpr double kEmptyC = 1.0;
 
 RatPolyTable::Block MakeBlock(const std::vector<CRatPolyFit>& fits, int first) {
-    const int count = std::min(kLanes, static_cast<int>(fits.size()) - first);
-    RatPolyTable::Block block{
-        first, count, 0, {}, {}, std::vector<double>(kLanes, 0.0), std::vector<double>(kLanes, 0.0)};
+    const int count = std::min(kBlockLanes, static_cast<int>(fits.size()) - first);
+    RatPolyTable::Block block{first,
+                              count,
+                              0,
+                              {},
+                              {},
+                              std::vector<double>(kBlockLanes, 0.0),
+                              std::vector<double>(kBlockLanes, 0.0)};
     const auto fit = [&](int lane) -> const CRatPolyFit& {
         return fits[static_cast<std::size_t>(first + lane)];
     };
@@ -26,16 +31,16 @@ RatPolyTable::Block MakeBlock(const std::vector<CRatPolyFit>& fits, int first) {
         block.zeros[static_cast<std::size_t>(lane)] = fit(lane).IsZeroAtDC() ? 1.0 : 0.0;
     }
     for (int k = 0; k < block.stages; ++k) {
-        double a[kLanes], b[kLanes], c[kLanes];
-        for (int lane = 0; lane < kLanes; ++lane) {
+        double a[kBlockLanes], b[kBlockLanes], c[kBlockLanes];
+        for (int lane = 0; lane < kBlockLanes; ++lane) {
             const bool isEmpty = lane >= count || k >= fit(lane).Order();
             a[lane] = isEmpty ? 0.0 : fit(lane).A()[k];
             b[lane] = isEmpty ? kEmptyB : fit(lane).B()[k];
             c[lane] = isEmpty ? kEmptyC : fit(lane).C()[k];
         }
         for (const double* numbers : {a, b, c})
-            block.coefficients.insert(block.coefficients.end(), numbers, numbers + kLanes);
-        block.isAtDC.push_back(std::find(c, c + kLanes, 0.0) != c + kLanes);
+            block.coefficients.insert(block.coefficients.end(), numbers, numbers + kBlockLanes);
+        block.isAtDC.push_back(std::find(c, c + kBlockLanes, 0.0) != c + kBlockLanes);
     }
     return block;
 }
@@ -49,13 +54,13 @@ TARVOK_INLINE void EvaluateVectors(const RatPolyTable::Block& block, const std::
     const Numbers square = x * x;
     StageValue<V> t[kCount] = {};
     for (int k = block.stages - 1; k >= 0; --k) {
-        const double* stage = block.coefficients.data() + 3 * kLanes * k;
+        const double* stage = block.coefficients.data() + 3 * kBlockLanes * k;
         const bool isAtDC = block.isAtDC[static_cast<std::size_t>(k)];
         for (int v = 0; v < kCount; ++v) {
             Numbers a, b, c;
             Load<V>(a, stage + v * V::kLanes);
-            Load<V>(b, stage + v * V::kLanes + kLanes);
-            Load<V>(c, stage + v * V::kLanes + 2 * kLanes);
+            Load<V>(b, stage + v * V::kLanes + kBlockLanes);
+            Load<V>(c, stage + v * V::kLanes + 2 * kBlockLanes);
             StageValue<V> atDC = t[v];
             Extend<V>(t[v], x, c * c - square, a, b);
             if (isAtDC) {
@@ -89,10 +94,10 @@ TARVOK_INLINE void EvaluateVectors(const RatPolyTable::Block& block, const std::
 template <class V>
 TARVOK_INLINE void EvaluateBlock(const RatPolyTable::Block& block, const std::vector<CRatPolyFit>& fits,
                                  double x, Complex* out) {
-    constexpr int kHalf = kLanes / 2 / V::kLanes;
-    if (block.fits > kLanes / 2)
+    constexpr int kHalf = kBlockLanes / 2 / V::kLanes;
+    if (block.fits > kBlockLanes / 2)
         EvaluateVectors<V, 2 * kHalf>(block, fits, x, out);
-    else if (block.fits > kLanes / 4)
+    else if (block.fits > kBlockLanes / 4)
         EvaluateVectors<V, kHalf>(block, fits, x, out);
     else
         EvaluateVectors<V, kHalf / 2>(block, fits, x, out);
@@ -116,7 +121,7 @@ void EvaluatePlain(const Blocks& blocks, const std::vector<CRatPolyFit>& fits, d
 } // namespace
 
 RatPolyTable::RatPolyTable(std::vector<CRatPolyFit> fits) : m_Fits(std::move(fits)) {
-    for (std::size_t first = 0; first < m_Fits.size(); first += kLanes)
+    for (std::size_t first = 0; first < m_Fits.size(); first += kBlockLanes)
         m_Blocks.push_back(MakeBlock(m_Fits, static_cast<int>(first)));
 }
 

@@ -23,7 +23,7 @@ struct VectorQuantity {
     const ComplexVector* (*get)(const CZephModalData& point);
     void (CZephModalData::*set)(ComplexVector*, bool);
 };
-constexpr VectorQuantity kVectors[] = {
+constexpr VectorQuantity kVectorQuantities[] = {
     {kZpi, kZpiKind, [](const CZephModalData& point) { return point.GetZpi(); }, &CZephModalData::SetZpi},
     {kZpv, kZpvKind, [](const CZephModalData& point) { return point.GetZpv(); }, &CZephModalData::SetZpv},
     {kZvi, kZviKind, [](const CZephModalData& point) { return point.GetZvi(); }, &CZephModalData::SetZvi},
@@ -32,12 +32,12 @@ constexpr VectorQuantity kVectors[] = {
 };
 
 // A matrix for the point to take over.
-ComplexMatrix* MatrixOf(const Complex* elements, int n) {
+ComplexMatrix* CopyOfMatrix(const Complex* elements, int n) {
     auto* matrix = new ComplexMatrix(n, n);
     std::copy_n(elements, matrix->Size(), matrix->Data());
     return matrix;
 }
-ComplexVector* VectorOf(const Complex* elements, int n) {
+ComplexVector* CopyOfVector(const Complex* elements, int n) {
     auto* vector = new ComplexVector(n);
     std::copy_n(elements, n, vector->Data());
     return vector;
@@ -116,7 +116,7 @@ bool CZephInterpolator::AddSample(CNetworkData* data, unsigned mask, bool countI
     };
     add(kS, kSKind, data->GetSMatrix(false), false);
     if (modal) {
-        for (const VectorQuantity& vector : kVectors)
+        for (const VectorQuantity& vector : kVectorQuantities)
             add(vector.bit, vector.kind, vector.get(*modal), false);
     }
     add(kP, kPKind, modal ? modal->GetPMatrix() : terminal->GetPMatrix(), terminal);
@@ -137,30 +137,30 @@ bool CZephInterpolator::FillPoint(CNetworkData* data) {
     AdaptiveInterp& sweep = *m_Interpolator;
     const double frequency = data->GetFrequency();
     if (const Complex* s = sweep.Evaluate(kSKind, frequency))
-        data->SetSMatrix(MatrixOf(s, m_MatSize), false);
+        data->SetSMatrix(CopyOfMatrix(s, m_MatSize), false);
     if (terminal || sweep.GetNumSamples(kPKind) > 0) {
         const Complex* p = sweep.Evaluate(kPKind, std::max(frequency, m_LowSampleFreq));
         if (!p)
             return false;
-        modal ? modal->SetPMatrix(MatrixOf(p, m_MatSize), false)
-              : terminal->SetPMatrix(MatrixOf(p, m_MatSize), false);
+        modal ? modal->SetPMatrix(CopyOfMatrix(p, m_MatSize), false)
+              : terminal->SetPMatrix(CopyOfMatrix(p, m_MatSize), false);
     }
     if (terminal || sweep.GetNumSamples(kTKind) > 0) {
         const Complex* t = sweep.Evaluate(kTKind, frequency);
         if (!t)
             return false;
-        modal ? modal->SetTMatrix(MatrixOf(t, m_MatSize), false)
-              : terminal->SetTMatrix(MatrixOf(t, m_MatSize), false);
+        modal ? modal->SetTMatrix(CopyOfMatrix(t, m_MatSize), false)
+              : terminal->SetTMatrix(CopyOfMatrix(t, m_MatSize), false);
     }
     if (terminal)
         return true;
-    for (const VectorQuantity& vector : kVectors) {
+    for (const VectorQuantity& vector : kVectorQuantities) {
         if (sweep.GetNumSamples(vector.kind) == 0)
             continue;
         const Complex* elements = sweep.Evaluate(vector.kind, frequency);
         if (!elements)
             return false;
-        (modal->*vector.set)(VectorOf(elements, m_MatSize), false);
+        (modal->*vector.set)(CopyOfVector(elements, m_MatSize), false);
     }
     return true;
 }

@@ -9,10 +9,6 @@ namespace {
 
 using Settings = CNetworkPostprocSetup;
 
-AssertAnswer Ignore(AssertBox, const char*) {
-    return AssertAnswer::Ignore;
-}
-
 std::string Stored(const Settings& setup) {
     io::CBlock block(AString(u"Setup"));
     EXPECT_TRUE(setup.WriteToBlock(block));

@@ -162,10 +162,6 @@ TEST(Solution, KnowsAnEvenSweepFromZeroAndOneWithEnoughSamples) {
     }
 }
 
-AssertAnswer Ignore(AssertBox, const char*) {
-    return AssertAnswer::Ignore;
-}
-
 TEST(Solution, FindsItsRowsByTheirNames) {
     CMatrixEntry first(u"P1", 2, 7), second(u"P2", 9);
     first.m_ModalEntryName = u"P1:2";

@@ -1,5 +1,6 @@
 #include "memory_streambuf.h"
 #include "scan_tables.h"
+#include "view_of.h"
 
 #include <streamio/block_index.h>
 #include <streamio/token_binarystreambuf.h>
@@ -10,10 +11,6 @@
 namespace io {
 
 namespace {
-
-std::u16string_view ViewOf(const wchar16* text) {
-    return text ? std::u16string_view(text) : std::u16string_view();
-}
 
 constexpr double kLargestFloat = 3.4028234663852886e+38;
 

@@ -1,4 +1,5 @@
 #include "memory_streambuf.h"
+#include "view_of.h"
 
 #include <streamio/block_index.h>
 #include <streamio/token_binarystreambuf.h>
@@ -7,14 +8,6 @@
 #include <streamio/token_ostring.h>
 
 namespace io {
-
-namespace {
-
-std::u16string_view ViewOf(const wchar16* text) {
-    return text ? std::u16string_view(text) : std::u16string_view();
-}
-
-} // namespace
 
 CToken_ostream::CToken_ostream(COutStream* stream, bool ownStream, std::uint32_t flags,
                                const CBase_grammar* grammar, bool ownGrammar, const std::locale* locale)

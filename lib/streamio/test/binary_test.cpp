@@ -37,8 +37,8 @@ TEST(BinaryWriter, WritesTheseBytes) {
                   s.Write(0.0);
               }),
               "73 1 0 0 0 71 1 0 86 0 0 0 0 0 0 0 0");
-    const std::string letters =
-        bytes([](CToken_ostream& s) { s.WriteKeyword(AString(std::u16string(300, u'k'))); });
+    const std::u16string many(300, u'k');
+    const std::string letters = bytes([&](CToken_ostream& s) { s.WriteKeyword(AString(many)); });
     EXPECT_EQ(letters.substr(0, 22), "140 44 1 0 0 107 107 1");
     EXPECT_EQ(std::count(letters.begin(), letters.end(), ' '), 304);
 }

@@ -86,14 +86,14 @@ TEST(Hostile, CountsReserveNoMoreThanCanFollow) {
     EXPECT_FALSE(fourGigabytes.FromText(AString(u"\0\x8C\xFF\xFF\xFF\xFF", 6)));
 }
 
-constexpr std::string_view kSample =
+constexpr std::string_view kEveryKind =
     "$begin A\n\tName='it\\'s'\n\tn=1.5e5\n\tf(1, g(x=2, \"q\"), v[2: 1, -2])\n\tv[3: 0x1f, a, true]\n"
     "\t$begin 'B c'\n\t\tc=$begin_cdata$ x $end_cdata$ ! note\n\t$end 'B c'\n$end A\n";
 
 TEST(Hostile, InputCutAnywhereGivesAShorterTree) {
-    const AString text = Wide(kSample);
+    const AString text = Wide(kEveryKind);
     AString binary;
-    Parsed(kSample).ToBinaryText(binary);
+    Parsed(kEveryKind).ToBinaryText(binary);
     for (const AString& whole : {text, binary}) {
         for (std::size_t length = 0; length < whole.size(); ++length) {
             CBlock block;
@@ -106,9 +106,9 @@ TEST(Hostile, InputCutAnywhereGivesAShorterTree) {
 }
 
 TEST(Hostile, DamageAnywhereIsAnErrorOrAnotherTree) {
-    const AString text = Wide(kSample);
+    const AString text = Wide(kEveryKind);
     AString binary;
-    Parsed(kSample).ToBinaryText(binary);
+    Parsed(kEveryKind).ToBinaryText(binary);
     for (const AString& whole : {text, binary}) {
         for (std::size_t at = 0; at < whole.size(); ++at) {
             for (const int unit :
@@ -128,7 +128,7 @@ TEST(Pool, GivesBlocksBackAcrossThreads) {
     // What one thread reads another one takes apart, again and again: the blocks must find their way back.
     for (int round = 0; round < 50; ++round) {
         auto block = std::make_unique<CBlock>();
-        std::thread reader([&] { block->FromText(Wide(kSample)); });
+        std::thread reader([&] { block->FromText(Wide(kEveryKind)); });
         reader.join();
         EXPECT_EQ(block->size(), 5u);
         std::thread([&] { block.reset(); }).join();
