@@ -1,78 +1,29 @@
 // What a co-simulation's exchange of blocks and a job's messages cost, each figure beside its base measured in the same run:
 // medians and best, in rounds that alternate between the two. The kernel does nothing else.
 
+#include "ping_pong.h"
+
 #include <client/cosim_exchange.h>
 
 #include <messagelibni/orvane_message.h>
 #include <platform/event.h>
-#include <platform/unique_fd.h>
 #include <stringutils/astring.h>
 #include <trancosimlib/cosim_text.h>
 
 #include <fmt/format.h>
 
-#include <sys/socket.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <chrono>
-#include <cstdlib>
 #include <cstring>
 #include <string_view>
 #include <vector>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using kelda::CosimEvent;
 using kelda::CosimExchange;
 using platform::InterfacePtr;
 using platform::UniqueBstr;
-using platform::UniqueFd;
 
 constexpr int kRounds = 15;
-
-double SecondsSince(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-struct Times {
-    void Add(double seconds) { all.push_back(seconds); }
-    double Median() {
-        std::ranges::nth_element(all, all.begin() + static_cast<std::ptrdiff_t>(all.size() / 2));
-        return all[all.size() / 2];
-    }
-    double Best() const { return std::ranges::min(all); }
-    std::vector<double> all;
-};
-
-// One double there and back between two processes, by nothing but read and write. Seconds a round trip.
-double PingPong(int trips) {
-    int ends[2];
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
-        std::abort();
-    double value = 0.5;
-    pid_t child = fork();
-    if (child == 0) {
-        close(ends[0]);
-        while (read(ends[1], &value, sizeof value) == sizeof value)
-            if (write(ends[1], &value, sizeof value) != sizeof value)
-                break;
-        _exit(0);
-    }
-    close(ends[1]);
-    UniqueFd here(ends[0]);
-    auto start = Clock::now();
-    for (int i = 0; i < trips; ++i)
-        if (write(here.Get(), &value, sizeof value) != sizeof value ||
-            read(here.Get(), &value, sizeof value) != sizeof value)
-            std::abort();
-    double time = SecondsSince(start) / trips;
-    here = {};
-    waitpid(child, nullptr, 0);
-    return time;
-}
 
 InterfacePtr<IKeldaEngine> Activate() {
     return kelda::ActivateEngine({.server = BENCH_SERVER, .onLost = {}});
@@ -96,8 +47,7 @@ public:
         return Deliver();
     }
     HRESULT AnalysisDone(std::int32_t code) override {
-        if (code != 0)
-            std::abort();
+        Require(code == 0);
         done.Set();
         return S_OK;
     }
@@ -144,27 +94,26 @@ double Exchange(IKeldaEngine& engine, int blocks, int samples, int sources, int 
     while ((event = exchange->Wait(values)) == CosimEvent::kPorts)
         if (++got < blocks)
             exchange->Deliver(engine, block);
-    if (event != CosimEvent::kDone || exchange->ReturnCode() != 0 || got != blocks)
-        std::abort();
+    Require(event == CosimEvent::kDone && exchange->ReturnCode() == 0 && got == blocks);
     return SecondsSince(start) / blocks;
 }
 
 void LockStep() {
     constexpr int kBlocks = 10'000;
-    Times raw, thread, callback;
+    std::vector<double> raw, thread, callback;
     auto engine = Activate();
     for (int round = 0; round < kRounds; ++round) {
-        raw.Add(PingPong(kBlocks));
-        thread.Add(Exchange(*engine, kBlocks, 1, 1, 1, false));
-        callback.Add(Exchange(*engine, kBlocks, 1, 1, 1, true));
+        raw.push_back(PingPong(kBlocks));
+        thread.push_back(Exchange(*engine, kBlocks, 1, 1, 1, false));
+        callback.push_back(Exchange(*engine, kBlocks, 1, 1, 1, true));
     }
-    fmt::print("raw ping-pong                         {:8.2f} us, best {:.2f}\n", raw.Median() * 1e6,
-               raw.Best() * 1e6);
-    auto print = [&](const char* what, Times& times) {
+    fmt::print("raw ping-pong                         {:8.2f} us, best {:.2f}\n", Median(raw) * 1e6,
+               Best(raw) * 1e6);
+    auto print = [&](const char* what, const std::vector<double>& times) {
         fmt::print("block of 1 sample, {:<18} {:8.2f} us, best {:.2f}   {:.0f} blocks/s, {:.2f} of the "
                    "ping-pongs/s, best {:.2f}\n",
-                   what, times.Median() * 1e6, times.Best() * 1e6, 1 / times.Median(),
-                   raw.Median() / times.Median(), raw.Best() / times.Best());
+                   what, Median(times) * 1e6, Best(times) * 1e6, 1 / Median(times),
+                   Median(raw) / Median(times), Best(raw) / Best(times));
     };
     print("simulator's thread", thread);
     print("in the callback", callback);
@@ -174,26 +123,25 @@ void Throughput() {
     constexpr int kBlocks = 300, kSamples = 1000, kSources = 4, kPorts = 4;
     // Both values of a port count.
     constexpr double kValues = kSamples * (kSources + 2.0 * kPorts);
-    Times thread, callback, copy;
+    std::vector<double> thread, callback, copy;
     auto engine = Activate();
     std::vector<double> from(static_cast<std::size_t>(kValues), 0.5), to(from.size());
     for (int round = 0; round < kRounds; ++round) {
-        thread.Add(Exchange(*engine, kBlocks, kSamples, kSources, kPorts, false));
-        callback.Add(Exchange(*engine, kBlocks, kSamples, kSources, kPorts, true));
+        thread.push_back(Exchange(*engine, kBlocks, kSamples, kSources, kPorts, false));
+        callback.push_back(Exchange(*engine, kBlocks, kSamples, kSources, kPorts, true));
         auto start = Clock::now();
         for (int i = 0; i < kBlocks; ++i) {
             from[static_cast<std::size_t>(i)] += 1;
             std::memcpy(to.data(), from.data(), from.size() * sizeof(double));
         }
-        copy.Add(SecondsSince(start) / kBlocks);
-        if (to[0] < 1)
-            std::abort();
+        copy.push_back(SecondsSince(start) / kBlocks);
+        Require(to[0] >= 1);
     }
-    auto print = [&](const char* what, Times& times) {
+    auto print = [&](const char* what, const std::vector<double>& times) {
         fmt::print("block of 1,000 samples, {:<18} {:7.1f} us, best {:.1f}   {:.1f} million values/s, best "
                    "{:.1f}   {:.0f} copies of them\n",
-                   what, times.Median() * 1e6, times.Best() * 1e6, kValues / times.Median() / 1e6,
-                   kValues / times.Best() / 1e6, times.Median() / copy.Median());
+                   what, Median(times) * 1e6, Best(times) * 1e6, kValues / Median(times) / 1e6,
+                   kValues / Best(times) / 1e6, Median(times) / Median(copy));
     };
     print("simulator's thread", thread);
     print("in the callback", callback);
@@ -205,8 +153,7 @@ public:
     HRESULT ProgressUpdate(double) override { return S_OK; }
     HRESULT PostOrvaneMessage(BSTR form) override {
         OrvaneMessage message(0, 0, 0, 0, 0, AString(), AString());
-        if (!message.FromText(AString(form, SysStringLen(form))))
-            std::abort();
+        Require(message.FromText(AString(form, SysStringLen(form))));
         const AString* text = message.GetArgumentText(0);
         shown += text ? text->size() : 0;
         return S_OK;
@@ -221,7 +168,7 @@ public:
 
 void Messages() {
     constexpr int kCalls = 10'000;
-    Times message, progress;
+    std::vector<double> message, progress;
     auto engine = Activate();
     auto run = [&](const std::string& commands) {
         auto client = InterfacePtr<Reader>::Adopt(new Reader);
@@ -231,14 +178,14 @@ void Messages() {
         return SecondsSince(start) / kCalls;
     };
     for (int round = 0; round < kRounds; ++round) {
-        progress.Add(run(fmt::format("repeat {} 0.5", kCalls)));
-        message.Add(
+        progress.push_back(run(fmt::format("repeat {} 0.5", kCalls)));
+        message.push_back(
             run(fmt::format("tell {} result file: /home/somebody/projects/converter/buck.tran.csv", kCalls)));
     }
     fmt::print("message, from its words to its words  {:8.2f} us, best {:.2f}   progress callback {:8.2f} "
                "us, best {:.2f}   ratio {:.2f}, best {:.2f}\n",
-               message.Median() * 1e6, message.Best() * 1e6, progress.Median() * 1e6, progress.Best() * 1e6,
-               message.Median() / progress.Median(), message.Best() / progress.Best());
+               Median(message) * 1e6, Best(message) * 1e6, Median(progress) * 1e6, Best(progress) * 1e6,
+               Median(message) / Median(progress), Best(message) / Best(progress));
 }
 
 struct Part {

@@ -4,30 +4,23 @@
 // with its engine. A time point is much shorter than a sample, so that both have nearly the same points. Each runs in a
 // process of its own, whose processor time stays comparable on a busy machine.
 
+#include "program_run.h"
+
 #include <kernel/ckt_kernel.h>
 
 #include <fmt/format.h>
-
-#include <spawn.h>
-#include <sys/prctl.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
-
-extern char** environ;
 
 namespace {
 
@@ -95,40 +88,6 @@ int run_library(const char* circuit) {
     return entry(circuit) == CKT_GOOD ? 0 : 1;
 }
 
-// Runs a program and all that it starts to their end; gives the processor time in milliseconds.
-double run_program(std::vector<std::string> words) {
-    std::vector<char*> argv;
-    for (std::string& word : words)
-        argv.push_back(word.data());
-    argv.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    for (const int stream : {STDOUT_FILENO, STDERR_FILENO})
-        posix_spawn_file_actions_addopen(&actions, stream, "/dev/null", O_WRONLY, 0);
-    pid_t child = 0;
-    bool good = posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(), environ) == 0;
-    posix_spawn_file_actions_destroy(&actions);
-    double processor = 0;
-    int status = 0;
-    rusage usage{};
-    for (pid_t ended = 0; good && (ended = wait4(-1, &status, 0, &usage)) > 0;) {
-        if (ended == child)
-            good = status == 0;
-        for (const timeval& time : {usage.ru_utime, usage.ru_stime})
-            processor += static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) * 1e-3;
-    }
-    if (!good) {
-        fmt::print(stderr, "{} failed\n", fmt::join(words, " "));
-        std::exit(1);
-    }
-    return processor;
-}
-
-double median(std::vector<double> values) {
-    std::ranges::nth_element(values, values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2));
-    return values[values.size() / 2];
-}
-
 struct Contender {
     const char* name;
     std::vector<std::string> words;
@@ -143,7 +102,6 @@ int main(int argc, char** argv) {
     if (argc == 3 && std::string_view(argv[1]) == "--library")
         return run_library(argv[2]);
     const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 9;
-    ::prctl(PR_SET_CHILD_SUBREAPER, 1); // an engine that outlives its client is waited for here
     std::string folder = (fs::temp_directory_path() / "cosim_kernel_bench_XXXXXX").string();
     if (!::mkdtemp(folder.data()))
         return 1;
@@ -169,7 +127,7 @@ int main(int argc, char** argv) {
          "/driven.tran.csv"}};
     for (int round = 0; round < rounds; ++round)
         for (Contender& contender : contenders) {
-            contender.times.push_back(run_program(contender.words));
+            contender.times.push_back(RunProgram(contender.words).processor);
             std::ifstream file(folder + contender.results);
             contender.points = std::count(std::istreambuf_iterator<char>(file), {}, '\n') - 1;
         }
@@ -178,10 +136,9 @@ int main(int argc, char** argv) {
                samples, rounds);
     for (const Contender& contender : contenders) {
         const Contender& base = contenders[&contender - contenders < 2 ? 0 : 2];
-        const double ratio = median(contender.times) / median(base.times);
+        const double ratio = Median(contender.times) / Median(base.times);
         fmt::print("{:<20} {:6.0f} ms {:7.0f} ms {:7.3f} {:8} {:10.3f}\n", contender.name,
-                   *std::ranges::min_element(contender.times), median(contender.times), ratio,
-                   contender.points,
+                   Best(contender.times), Median(contender.times), ratio, contender.points,
                    ratio * static_cast<double>(base.points) / static_cast<double>(contender.points));
     }
     fs::remove_all(folder);

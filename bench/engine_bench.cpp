@@ -1,6 +1,8 @@
 // What the way between client and engine costs, each figure beside its base measured in the same run:
 // medians, in rounds that alternate between the two.
 
+#include "ping_pong.h"
+
 #include <client/kelda_client.h>
 
 #include <transport/callback_stub.h>
@@ -15,11 +17,9 @@
 #include <fmt/format.h>
 
 #include <spawn.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <thread>
@@ -29,30 +29,12 @@ extern char** environ;
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using platform::InterfacePtr;
 using platform::UniqueBstr;
-using platform::UniqueFd;
 
 double MillisecondsSince(Clock::time_point start) {
-    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+    return 1e3 * SecondsSince(start);
 }
-
-double Median(std::vector<double> values) {
-    std::ranges::nth_element(values, values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2));
-    return values[values.size() / 2];
-}
-
-struct Sockets {
-    Sockets() {
-        int ends[2];
-        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
-            std::abort();
-        here = UniqueFd(ends[0]);
-        there = UniqueFd(ends[1]);
-    }
-    UniqueFd here, there;
-};
 
 class Client final : public kelda::ProgressInterface {
 public:
@@ -102,30 +84,6 @@ std::int32_t Start(IKeldaEngine& engine, Client& client, const std::string& comm
     return job;
 }
 
-// One double there and back between two processes, by nothing but read and write.
-double PingPong(int rounds) {
-    Sockets sockets;
-    double value = 0.5;
-    pid_t child = fork();
-    if (child == 0) {
-        sockets.here = {};
-        while (read(sockets.there.Get(), &value, sizeof value) == sizeof value)
-            if (write(sockets.there.Get(), &value, sizeof value) != sizeof value)
-                break;
-        _exit(0);
-    }
-    sockets.there = {};
-    auto start = Clock::now();
-    for (int i = 0; i < rounds; ++i)
-        if (write(sockets.here.Get(), &value, sizeof value) != sizeof value ||
-            read(sockets.here.Get(), &value, sizeof value) != sizeof value)
-            std::abort();
-    double time = MillisecondsSince(start) * 1000 / rounds;
-    sockets.here = {};
-    waitpid(child, nullptr, 0);
-    return time;
-}
-
 void ProgressRoundTrip() {
     constexpr int kCalls = 20'000;
     std::vector<double> callback, raw;
@@ -135,7 +93,7 @@ void ProgressRoundTrip() {
         Start(*engine, *client, fmt::format("repeat {} 0.5", kCalls));
         client->done.Wait();
         callback.push_back(client->MicrosecondsPerCall());
-        raw.push_back(PingPong(kCalls));
+        raw.push_back(1e6 * PingPong(kCalls));
     }
     fmt::print(
         "progress callback, round trip     {:8.2f} us   raw ping-pong        {:8.2f} us   ratio {:.2f}\n",
@@ -147,8 +105,7 @@ double SpawnTrue() {
     char* arguments[] = {name, nullptr};
     pid_t child = 0;
     auto start = Clock::now();
-    if (posix_spawn(&child, name, nullptr, nullptr, arguments, environ) != 0)
-        std::abort();
+    Require(posix_spawn(&child, name, nullptr, nullptr, arguments, environ) == 0);
     waitpid(child, nullptr, 0);
     return MillisecondsSince(start);
 }
@@ -233,11 +190,9 @@ void LongAnswer() {
         std::u16string text(kUnits, u'x');
         client->answer = UniqueBstr(text);
         std::int32_t job = 0;
-        if (engine.StartAnalysis(client.Get(), nullptr, nullptr, nullptr, &job) != S_OK)
-            std::abort();
+        Require(engine.StartAnalysis(client.Get(), nullptr, nullptr, nullptr, &job) == S_OK);
         double time = 0;
-        if (read(result.here.Get(), &time, sizeof time) != sizeof time)
-            std::abort();
+        Require(read(result.here.Get(), &time, sizeof time) == sizeof time);
         waitpid(child, nullptr, 0);
         answer.push_back(time);
         auto start = Clock::now();

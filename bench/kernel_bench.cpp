@@ -3,33 +3,24 @@
 // rounds that alternate between them. All give the same vectors; the library writes a CSV file besides. Each runs in a
 // process of its own, whose processor time stays comparable on a busy machine, where the time by the clock doesn't.
 
+#include "program_run.h"
+
 #include <kernel/ckt_kernel.h>
 
 #include <fmt/format.h>
 
-#include <spawn.h>
-#include <sys/prctl.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
-extern char** environ;
-
 namespace {
 
-using Clock = std::chrono::steady_clock;
 namespace fs = std::filesystem;
 
 // A line of coils and capacitors with diodes across it: a few dozen nodes.
@@ -40,46 +31,6 @@ std::string netlist(int stages) {
                             i + 1, i / 2);
     text += fmt::format(".tran 1n 100u 0 1n\n.save v(n1) v(n{})\n.end\n", stages);
     return text;
-}
-
-struct Times {
-    double clock = 0, processor = 0; // milliseconds
-};
-
-// Runs a program and all that it starts to their end.
-Times run_program(std::vector<std::string> words) {
-    std::vector<char*> argv;
-    for (std::string& word : words)
-        argv.push_back(word.data());
-    argv.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    for (const int stream : {STDOUT_FILENO, STDERR_FILENO})
-        posix_spawn_file_actions_addopen(&actions, stream, "/dev/null", O_WRONLY, 0);
-    Times times;
-    const Clock::time_point start = Clock::now();
-    pid_t child = 0;
-    bool good = posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(), environ) == 0;
-    posix_spawn_file_actions_destroy(&actions);
-    int status = 0;
-    rusage usage{};
-    while (good) {
-        const pid_t ended = wait4(-1, &status, 0, &usage);
-        if (ended < 0)
-            break;
-        if (ended == child) {
-            times.clock = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-            good = status == 0;
-        }
-        for (const timeval& time : {usage.ru_utime, usage.ru_stime})
-            times.processor +=
-                static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) * 1e-3;
-    }
-    if (!good) {
-        fmt::print(stderr, "{} failed with status {}\n", words[0], status);
-        std::exit(1);
-    }
-    return times;
 }
 
 // The library in a process of its own: this program under another option.
@@ -95,18 +46,12 @@ struct Contender {
     std::vector<double> clock, processor;
 };
 
-double median(std::vector<double> values) {
-    std::ranges::nth_element(values, values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2));
-    return values[values.size() / 2];
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
     if (argc == 3 && std::string_view(argv[1]) == "--library")
         return run_library(argv[2]);
     const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 9;
-    ::prctl(PR_SET_CHILD_SUBREAPER, 1); // an engine that outlives its client is waited for here
     std::string folder = (fs::temp_directory_path() / "kernel_bench_XXXXXX").string();
     if (!::mkdtemp(folder.data()))
         return 1;
@@ -119,17 +64,17 @@ int main(int argc, char** argv) {
         {"kelda run", {BENCH_KELDA, "run", circuit}, {}, {}}};
     for (int round = 0; round < rounds; ++round)
         for (Contender& contender : contenders) {
-            const Times times = run_program(contender.words);
+            const ProgramTimes times = RunProgram(contender.words);
             contender.clock.push_back(times.clock);
             contender.processor.push_back(times.processor);
         }
     fmt::print("A transient analysis of 100,000 points, medians of {} rounds, and their ratio to ngspice's\n"
                "                     by the clock          of processor time\n",
                rounds);
-    const double clock = median(contenders[0].clock), processor = median(contenders[0].processor);
+    const double clock = Median(contenders[0].clock), processor = Median(contenders[0].processor);
     for (const Contender& contender : contenders)
-        fmt::print("{:<16} {:8.0f} ms {:7.3f} {:10.0f} ms {:7.3f}\n", contender.name, median(contender.clock),
-                   median(contender.clock) / clock, median(contender.processor),
-                   median(contender.processor) / processor);
+        fmt::print("{:<16} {:8.0f} ms {:7.3f} {:10.0f} ms {:7.3f}\n", contender.name, Median(contender.clock),
+                   Median(contender.clock) / clock, Median(contender.processor),
+                   Median(contender.processor) / processor);
     fs::remove_all(folder);
 }

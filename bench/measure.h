@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <cstdlib>
 #include <ctime>
@@ -27,6 +28,13 @@ double Seconds(const Work& work, int repeat = 1) {
     for (int i = 0; i < repeat; ++i)
         work();
     return (ProcessorSeconds() - start) / repeat;
+}
+
+using Clock = std::chrono::steady_clock;
+
+// By the clock, for what several processes or threads do.
+inline double SecondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
 inline double Median(std::vector<double> times) {

@@ -3,6 +3,8 @@
 // Once with one vector kept, where the sweeps alone count, and once with all, which are written to files. The host has its
 // answer at hand. Processor time of this process, which stays comparable on a busy machine.
 
+#include "measure.h"
+
 #include <kernel/ckt_kernel.h>
 
 #include <fmt/format.h>
@@ -90,11 +92,6 @@ double processor_time() { // [ms]
     return time;
 }
 
-double median(std::vector<double> values) {
-    std::ranges::nth_element(values, values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2));
-    return values[values.size() / 2];
-}
-
 struct Contender {
     std::string circuit;
     std::vector<double> times = {};
@@ -133,7 +130,7 @@ int main(int argc, char** argv) {
                                *std::ranges::min_element(contenders[1].times)};
         fmt::print("{:<20} {:8.0f} ms {:7.0f} ms {:12.2f} {:12.2f}\n",
                    all ? "all vectors kept" : "one vector kept", best[0], best[1], best[1] / best[0],
-                   median(contenders[1].times) / median(contenders[0].times));
+                   Median(contenders[1].times) / Median(contenders[0].times));
     }
     fs::remove_all(folder);
 }

@@ -2,6 +2,8 @@
 // grows, an interpolated point against the tableau written out element by element (and bit for bit the same), and the
 // memory of a solution against its elements. A time is the median of ours over the median of the other's, by turns in
 // one run. `solutions_bench [rounds]`.
+#include "measure.h"
+
 #include <sparamlib/network_modal_solution.h>
 #include <sparamlib/neville_interpolate_visitor.h>
 #include <sparamlib/test/plain_tableau.h>
@@ -9,7 +11,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
 #include <functional>
 #include <malloc.h>
@@ -19,24 +20,10 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 int gRounds = 21;
 
-void Require(bool holds) {
-    if (!holds)
-        std::abort();
-}
-
-double Median(std::vector<double> times) {
-    std::sort(times.begin(), times.end());
-    return times[times.size() / 2];
-}
-
 double Nanoseconds(const std::function<void()>& work, int count) {
-    const auto start = Clock::now();
-    work();
-    return std::chrono::duration<double, std::nano>(Clock::now() - start).count() / count;
+    return 1e9 * Seconds(work) / count;
 }
 
 void SetRows(CNetworkModalSolution& solution, int n) {
@@ -90,8 +77,7 @@ void Lookup() {
         smallest = smallest == 0.0 ? median : smallest;
         fmt::print("lookup among {:>6} points {:>8.1f} ns (best {:.1f})   of 11 points {:.2f}   of an "
                    "ordered map {:.2f}\n",
-                   count, median, *std::min_element(ours.begin(), ours.end()), median / smallest,
-                   median / Median(theirs));
+                   count, median, Best(ours), median / smallest, median / Median(theirs));
     }
 }
 
@@ -123,7 +109,7 @@ void Neville(int n, int points) {
     fmt::print("Neville {0} x {0}, {1:>4} points {2:>10.1f} us   written out {3:>10.1f} us   ratio {4:.3f} "
                "(best {5:.3f})\n",
                n, points, 1e-3 * Median(ours), 1e-3 * Median(theirs), Median(ours) / Median(theirs),
-               *std::min_element(ours.begin(), ours.end()) / *std::min_element(theirs.begin(), theirs.end()));
+               Best(ours) / *std::min_element(theirs.begin(), theirs.end()));
 }
 
 void Memory(int n, int points) {

@@ -36,19 +36,6 @@ function(tarvok_program name)
     set_property(GLOBAL APPEND PROPERTY TARVOK_PROGRAMS ${name})
 endfunction()
 
-# tarvok_precompiled_gtest(NAME)
-# GoogleTest's header, compiled once for all tests. Nothing else is in it, so that a test still needs every other include.
-function(tarvok_precompiled_gtest name)
-    file(CONFIGURE OUTPUT ${name}.cpp CONTENT "int main() {}\n")
-    add_executable(${name} EXCLUDE_FROM_ALL ${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp)
-    target_link_libraries(${name} PRIVATE GTest::gtest tarvok_flags)
-    target_compile_options(${name} PRIVATE ${TARVOK_TEST_OPTIONS})
-    target_precompile_headers(${name} PRIVATE <gtest/gtest.h>)
-endfunction()
-
-# A test's own code runs for milliseconds; optimising it would be a good part of a build.
-set(TARVOK_TEST_OPTIONS $<$<NOT:$<CONFIG:Debug>>:-O1>)
-
 # tarvok_test(NAME SOURCES ... [LIBS targets] [LABELS labels] [DEPENDS targets] [ENVIRONMENT NAME=VALUE])
 # A GoogleTest program whose cases are ctest's tests. The label "threaded" puts it among those that run under the
 # thread sanitizer as well; the target threaded_tests builds those.
@@ -59,8 +46,8 @@ function(tarvok_test name)
     cmake_parse_arguments(ARG "" "ENVIRONMENT" "SOURCES;LIBS;LABELS;DEPENDS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest_main tarvok_flags)
-    target_compile_options(${name} PRIVATE ${TARVOK_TEST_OPTIONS})
-    target_precompile_headers(${name} REUSE_FROM tarvok_gtest)
+    # A test's own code runs for milliseconds; optimising it would be a good part of a build.
+    target_compile_options(${name} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O1>)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/test)
     if(ARG_DEPENDS)
         add_dependencies(${name} ${ARG_DEPENDS})

@@ -3,13 +3,11 @@
 
 #include <stringutils/astring.h>
 
-#include <gtest/gtest.h>
+#include <testtools/folder_test.h>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 
 namespace {
 
@@ -20,17 +18,11 @@ using platform::UniqueBstr;
 const std::string kSolution = "$begin 'SolutionData'\nA(1, 4, 'text', 0)\n$end 'SolutionData'\n";
 const std::string kTouchstone = "# GHz S RI R 75\n1 0.5 0\n";
 
-class DataFolderTest : public testing::Test {
+class DataFolderTest : public testtools::FolderTest {
 protected:
-    DataFolderTest()
-        : m_Folder(std::filesystem::temp_directory_path() / ("tarvok_data_" + std::to_string(getpid()))) {
-        std::filesystem::create_directories(m_Folder / "inner");
-    }
-    ~DataFolderTest() override { std::filesystem::remove_all(m_Folder); }
+    DataFolderTest() : FolderTest("tarvok_data") { std::filesystem::create_directories(m_Folder / "inner"); }
 
-    void Put(const std::string& name, const std::string& bytes = kSolution) {
-        std::ofstream(m_Folder / name, std::ios::binary) << bytes;
-    }
+    void Put(const std::string& name, const std::string& bytes = kSolution) { Write(name, bytes); }
 
     struct Answer {
         std::int32_t msg;
@@ -54,8 +46,6 @@ protected:
     std::string Fault(const std::string& design, const std::string& why) const {
         return "No network data for N1 (design " + design + "): " + why;
     }
-
-    std::filesystem::path m_Folder;
 };
 
 TEST_F(DataFolderTest, ADesignLeadsToItsFile) {

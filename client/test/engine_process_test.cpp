@@ -27,7 +27,7 @@ TEST_F(EngineProcessTest, TwoEnginesShareNothing) {
     EXPECT_TRUE(second->WaitDone()) << "while the other engine's job runs";
     EXPECT_FALSE(first->IsDone());
     EXPECT_EQ(firstJob, secondJob) << "each counts its own jobs";
-    Touch("go");
+    Write("go");
     EXPECT_TRUE(first->WaitDone());
 }
 
@@ -39,7 +39,7 @@ TEST_F(EngineProcessTest, JobsQueueAndOneThatWaitsCanBeAborted) {
     pid_t process = EngineProcess();
     EXPECT_EQ(Engine().AbortAnalysis(waiting, 0), S_OK);
     Start(third.Get(), "return 3");
-    Touch("go");
+    Write("go");
     EXPECT_TRUE(third->WaitDone());
     EXPECT_EQ(first->Calls(), Calls{"done 0"});
     EXPECT_EQ(second->Calls(), Calls{});
@@ -158,18 +158,16 @@ TEST_F(EngineProcessTest, AKilledClientEndsItsEngineInEveryStateOfTheJob) {
           "touch started; progress 0.5; spin", "source 0 0; flush; touch started; spin",
           "cosim 2 1 1 1; touch started; source 0 2", "touch started; field filter N1 - 9 1e9"}) {
         SCOPED_TRACE(commands);
-        std::string program = DOOMED_CLIENT, server = TEST_SERVER, folder = m_Folder.string();
-        char* arguments[] = {program.data(), server.data(), folder.data(),
-                             commands.empty() ? nullptr : commands.data(), nullptr};
-        pid_t client = 0;
-        ASSERT_EQ(posix_spawn(&client, program.c_str(), nullptr, nullptr, arguments, environ), 0);
+        testtools::Words words{TEST_SERVER, m_Folder.string()};
+        if (!commands.empty())
+            words.push_back(commands);
+        ChildProcess client(DOOMED_CLIENT, m_Folder, {words});
         ASSERT_TRUE(AwaitFile("started"));
         Remove("started");
-        auto engines = Children(client);
-        ASSERT_EQ(engines.size(), 1u);
-        kill(client, SIGKILL);
-        waitpid(client, nullptr, 0);
-        EXPECT_TRUE(Eventually([&] { return IsGone(*engines.begin()); }));
+        const pid_t engine = client.Child();
+        client.Signal(SIGKILL);
+        client.Wait();
+        EXPECT_TRUE(Eventually([&] { return IsGone(engine); }));
     }
 }
 
@@ -302,21 +300,24 @@ TEST_F(EngineProcessTest, AnEngineThatCannotBeStartedAgainIsReported) {
 
 // The program by hand.
 TEST_F(EngineProcessTest, StartedByHandTheServerSaysHowItIsMeantToBeStarted) {
-    auto run = [this](const std::string& arguments, std::string& output) {
-        std::string file = (m_Folder / "output").string();
-        int status =
-            std::system(("'" TEST_SERVER "' " + arguments + " >'" + file + "' 2>&1 </dev/null").c_str());
-        std::ifstream in(file);
-        output.assign(std::istreambuf_iterator<char>(in), {});
-        return WEXITSTATUS(status);
+    auto run = [this](const testtools::Words& arguments, std::string& output) {
+        ChildProcess server(TEST_SERVER, m_Folder, {arguments});
+        const int status = server.Wait();
+        output = server.Out() + server.Err();
+        return status;
     };
     std::string output;
-    for (const char* arguments : {"", "-Embedding", "/automation", "--channel=77,78 -Embedding",
-                                  "--channel=0,0 -Embedding", "--channel=x -Embedding"}) {
-        EXPECT_EQ(run(arguments, output), 2) << arguments;
+    for (const testtools::Words& arguments : {testtools::Words{},
+                                              {"-Embedding"},
+                                              {"/automation"},
+                                              {"--channel=77,78", "-Embedding"},
+                                              {"--channel=0,0", "-Embedding"},
+                                              {"--channel=x", "-Embedding"}}) {
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        EXPECT_EQ(run(arguments, output), 2);
         EXPECT_NE(output.find("kelda run CIRCUIT"), std::string::npos) << output;
     }
-    EXPECT_EQ(run("'a file.cir' -o \"x y\" unknown -verb", output), 0);
+    EXPECT_EQ(run({"a file.cir", "-o", "x y", "unknown", "-verb"}, output), 0);
     EXPECT_NE(output.find("\"a file.cir\"\n-o\n\"x y\"\nunknown\n-verb\n"), std::string::npos) << output;
     EXPECT_EQ(output.find("progress without"), std::string::npos);
 }

@@ -5,50 +5,37 @@
 #include <engine/test/recorder.h>
 
 #include <stringutils/astring.h>
-
-#include <gtest/gtest.h>
+#include <testtools/process.h>
 
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 
 namespace {
 
 // The resident memory of the one engine that this process has started, in bytes.
 long EngineMemory() {
-    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-        std::ifstream stat(entry.path() / "stat");
-        std::string text;
-        if (!std::isdigit(entry.path().filename().string()[0]) || !std::getline(stat, text))
-            continue;
-        int parent = 0;
-        char state = 0;
-        if (std::sscanf(text.c_str() + text.rfind(')') + 1, " %c %d", &state, &parent) == 2 &&
-            parent == getpid()) {
-            std::ifstream statm(entry.path() / "statm");
-            long total = 0, resident = 0;
-            statm >> total >> resident;
-            return resident * sysconf(_SC_PAGESIZE);
-        }
-    }
-    return 0;
+    long total = 0, resident = 0;
+    for (pid_t engine : testtools::Children(getpid()))
+        std::ifstream("/proc/" + std::to_string(engine) + "/statm") >> total >> resident;
+    return resident * sysconf(_SC_PAGESIZE);
 }
 
-TEST(RealKernelTest, TwoHundredJobsInOneEngineLeaveItsMemoryAlone) {
-    auto folder = std::filesystem::temp_directory_path() / ("tarvok_jobs_" + std::to_string(getpid()));
-    std::filesystem::create_directories(folder);
-    std::ofstream(folder / "rc.cir")
-        << "RC\nV1 in 0 dc 0 ac 1 pulse(0 1 0 1u 1u 1m 2m)\nR1 in out 1k\nC1 out 0 100n\n"
-           ".op\n.ac dec 10 1 100k\n.tran 1u 200u\n.end\n";
+struct RealKernelTest : testtools::FolderTest {
+    RealKernelTest() : FolderTest("tarvok_jobs") {}
+};
+
+TEST_F(RealKernelTest, TwoHundredJobsInOneEngineLeaveItsMemoryAlone) {
+    Write("rc.cir", "RC\nV1 in 0 dc 0 ac 1 pulse(0 1 0 1u 1u 1m 2m)\nR1 in out 1k\nC1 out 0 100n\n"
+                    ".op\n.ac dec 10 1 100k\n.tran 1u 200u\n.end\n");
     auto engine = kelda::ActivateEngine({.server = REAL_SERVER, .onLost = {}});
     auto run = [&] {
         auto client = Recorder::New();
         std::int32_t job = 0;
         EXPECT_EQ(engine->StartAnalysis(client.Get(), nullptr,
-                                        platform::UniqueBstr(AString((folder / "rc.cir").string())).Get(),
-                                        platform::UniqueBstr(AString(folder.string())).Get(), &job),
+                                        platform::UniqueBstr(AString((m_Folder / "rc.cir").string())).Get(),
+                                        platform::UniqueBstr(AString(m_Folder.string())).Get(), &job),
                   S_OK);
         ASSERT_TRUE(client->WaitDone());
         EXPECT_EQ(client->Calls().back(), "done 0");
@@ -74,7 +61,6 @@ TEST(RealKernelTest, TwoHundredJobsInOneEngineLeaveItsMemoryAlone) {
     const long typical = (perJob[0] + perJob[1] + perJob[2]) / 3;
     RecordProperty("bytes_per_job", std::to_string(typical));
     EXPECT_LT(typical, 5000);
-    std::filesystem::remove_all(folder);
 }
 
 } // namespace

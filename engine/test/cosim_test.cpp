@@ -246,7 +246,7 @@ TEST_F(CosimTest, ABlockMayComeBeforeItsTimeAndAFurtherOneReplacesIt) {
         std::this_thread::sleep_for(1ms);
     Deliver("1 1 1 6"); // while the first is in work
     Deliver("1 1 1 7");
-    Touch("go");
+    Write("go");
     ASSERT_TRUE(client->WaitDone());
     EXPECT_EQ(client->Calls(), (Calls{"message 2 source 0 5 0", replaced, "ports true 1 1 1 1",
                                       "message 2 source 0 5 2", "done 0"}));
@@ -271,7 +271,7 @@ TEST_F(CosimTest, AJobStartsCleanAndFindsTheBlockThatIsMeantForIt) {
     auto failing = Recorder::New();
     Start(failing.Get(), "await failed; return 5");
     Deliver("1 1 1 8");
-    Touch("failed");
+    Write("failed");
     ASSERT_TRUE(failing->WaitDone());
     client = Recorder::New();
     Start(client.Get(), "source 0 0");
@@ -289,7 +289,7 @@ TEST_F(CosimTest, AJobStartsCleanAndFindsTheBlockThatIsMeantForIt) {
     Start(failing.Get(), "await failed again; return 5");
     Start(client.Get(), "source 0 0");
     Deliver("1 1 1 11");
-    Touch("failed");
+    Write("failed");
     ASSERT_TRUE(client->WaitDone());
     EXPECT_EQ(failing->Calls(), Calls{"done 5"});
     EXPECT_EQ(client->Calls(), (Calls{"message 2 source 0 11 0", "done 0"}));

@@ -7,30 +7,20 @@
 #include <engine/message_manager_slot.h>
 
 #include <stringutils/astring.h>
+#include <testtools/folder_test.h>
 
-#include <gtest/gtest.h>
-
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
 
 using Calls = std::vector<std::string>;
 
-class EngineFixture : public testing::Test {
+class EngineFixture : public testtools::FolderTest {
 protected:
-    EngineFixture()
-        : m_Folder(std::filesystem::temp_directory_path() / ("tarvok_job_" + std::to_string(getpid()))) {
-        std::filesystem::create_directories(m_Folder);
-        MakeEngine({});
-    }
+    EngineFixture() : FolderTest("tarvok_job") { MakeEngine({}); }
     ~EngineFixture() override {
         engine.reset();
         SetMessageManager(nullptr); // an engine that has started jobs was this thread's
-        std::filesystem::remove_all(m_Folder);
     }
 
     void MakeEngine(CKeldaEngine::Services services) {
@@ -53,8 +43,5 @@ protected:
         return client->Calls();
     }
 
-    void Touch(const std::string& name) { std::ofstream(m_Folder / name).close(); }
-
     std::unique_ptr<CKeldaEngine> engine;
-    std::filesystem::path m_Folder;
 };

@@ -243,7 +243,7 @@ TEST_F(JobTest, JobsRunInTheOrderOfTheirStartsAndOnlyTheLatestHandleIsAlive) {
         }
     }
     EXPECT_EQ(order.Calls(), Calls{});
-    Touch("go");
+    Write("go");
     ASSERT_TRUE(clients[4]->WaitDone());
     Calls expected;
     for (std::string i : {"0", "1", "2", "3", "4"}) {
@@ -271,7 +271,7 @@ TEST_F(JobTest, AbortOfAWaitingJobTakesItOutAndLeavesTheRunningOneAlone) {
     EXPECT_EQ(engine->AbortAnalysis(waitingJob, 1), S_OK);
     auto next = Recorder::New();
     Start(next.Get(), "return 0");
-    Touch("go");
+    Write("go");
     ASSERT_TRUE(next->WaitDone());
     EXPECT_EQ(running->Calls(), (Calls{"progress 0.5", "progress 1", "done 0"}));
     EXPECT_EQ(waiting->Calls(), Calls{});

@@ -89,7 +89,7 @@ TEST_F(ClosedLoop, TheSameDutyCyclesFromAFileGiveTheSameVoltages) {
 
 TEST_F(ClosedLoop, AJobThatFailsEndsTheProgramWithItsCode) {
     EXPECT_EQ(Shell("'" BUCK_LOOP "' missing.cir . > loop.csv 2> err"), 1);
-    EXPECT_EQ(ReadText(m_Folder / "err"),
+    EXPECT_EQ(ReadAll(m_Folder / "err"),
               "buck_loop: the job failed with code 2; `kelda run` shows its messages\n");
 }
 

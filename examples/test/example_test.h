@@ -1,9 +1,9 @@
 // What the tests of the examples share: a folder of the test's own, programs run in it, and tables of results.
 #pragma once
 
-#include <gtest/gtest.h>
+#include <testtools/folder_test.h>
 
-#include <unistd.h>
+#include <sys/wait.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -26,24 +26,14 @@ inline std::vector<std::vector<double>> ReadTable(const std::filesystem::path& f
     return rows;
 }
 
-inline std::string ReadText(const std::filesystem::path& file) {
-    std::ifstream stream(file);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
+using testtools::ReadAll;
 
-class ExampleTest : public testing::Test {
+class ExampleTest : public testtools::FolderTest {
 protected:
-    ExampleTest()
-        : m_Folder(std::filesystem::temp_directory_path() / ("example_test_" + std::to_string(getpid()))) {
-        std::filesystem::create_directories(m_Folder);
-        setenv("TARVOK_SERVER", ENGINE, 1);
-    }
-    ~ExampleTest() override { std::filesystem::remove_all(m_Folder); }
+    ExampleTest() : FolderTest("example_test") { setenv("TARVOK_SERVER", ENGINE, 1); }
 
     int Shell(const std::string& command) const {
         const int status = std::system(("cd '" + m_Folder.string() + "' && " + command).c_str());
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
-
-    const std::filesystem::path m_Folder;
 };

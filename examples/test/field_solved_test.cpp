@@ -73,7 +73,7 @@ TEST_F(FieldSolved, AnAmplifierBetweenMeasuredNetworksIsTheOneBetweenElements) {
     ASSERT_EQ(found.size(), 1u);
     for (std::size_t i = 0; i < expected[0].size(); ++i)
         EXPECT_NEAR(expected[0][i], found[0][i], 1e-9);
-    EXPECT_EQ(ReadText(m_Folder / "err"), "");
+    EXPECT_EQ(ReadAll(m_Folder / "err"), "");
 }
 
 TEST_F(FieldSolved, DataOfAnotherReferenceServesBetweenAnyImpedances) {
@@ -87,7 +87,7 @@ TEST_F(FieldSolved, DataOfAnotherReferenceServesBetweenAnyImpedances) {
     };
     RunWithElements("filter_75", {filter("F1", "a", "own"), filter("F2", "b", "other")});
     ExpectSameSweep("filter_75", 5, 1e-9);
-    EXPECT_EQ(ReadText(m_Folder / "err"), "");
+    EXPECT_EQ(ReadAll(m_Folder / "err"), "");
 }
 
 TEST_F(FieldSolved, ACableIsKnownBetweenThePointsOfItsData) {
@@ -103,18 +103,18 @@ TEST_F(FieldSolved, ACableIsKnownBetweenThePointsOfItsData) {
         expected.push_back(1.0 / (a + b * load + 50.0 * (c + a * load)));
     }
     ExpectNear(expected, Response("cable.ac.csv", 1), 2e-7);
-    EXPECT_EQ(ReadText(m_Folder / "err"), "");
+    EXPECT_EQ(ReadAll(m_Folder / "err"), "");
 }
 
 TEST_F(FieldSolved, WithoutDataTheComponentIsNamed) {
     EXPECT_EQ(Shell("'" KELDA "' run '" FIELD_SOLVED "/cable.cir' --project . --quiet 2> err"), 1);
-    EXPECT_NE(ReadText(m_Folder / "err").find("the data of the N-port \"CABLE\" (design \"cable\")"),
+    EXPECT_NE(ReadAll(m_Folder / "err").find("the data of the N-port \"CABLE\" (design \"cable\")"),
               std::string::npos)
-        << ReadText(m_Folder / "err");
+        << ReadAll(m_Folder / "err");
     EXPECT_EQ(Shell("'" KELDA "' run '" FIELD_SOLVED "/cable.cir' --project . --data . --quiet 2> err"), 1);
-    EXPECT_NE(ReadText(m_Folder / "err").find("no data for the N-port \"CABLE\" (design \"cable\")"),
+    EXPECT_NE(ReadAll(m_Folder / "err").find("no data for the N-port \"CABLE\" (design \"cable\")"),
               std::string::npos)
-        << ReadText(m_Folder / "err");
+        << ReadAll(m_Folder / "err");
 }
 
 } // namespace

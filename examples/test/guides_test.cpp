@@ -117,7 +117,7 @@ protected:
     std::vector<std::string> Run(const Step& step, int& status) {
         std::ofstream(m_Folder / "step") << step.command << '\n';
         status = Shell("cd home/tarvokengine && bash ../../step > ../../out 2>&1 < /dev/null");
-        std::string out = ReadText(m_Folder / "out");
+        std::string out = ReadAll(m_Folder / "out");
         for (std::size_t at; (at = out.find(m_Home.string())) != out.npos;)
             out.replace(at, m_Home.string().size(), "/home/ann");
         return Lines(out);
@@ -127,7 +127,7 @@ protected:
 };
 
 TEST_P(GuidesTest, EveryCommandDoesWhatIsShown) {
-    const std::vector<Step> steps = StepsOf(ReadText(fs::path(PROJECT "/docs") / GetParam()));
+    const std::vector<Step> steps = StepsOf(ReadAll(fs::path(PROJECT "/docs") / GetParam()));
     ASSERT_GT(steps.size(), 5u);
     for (const Step& step : steps) {
         int status = -1;
@@ -154,7 +154,7 @@ TEST(DocumentsTest, EveryLinkLeadsToAFile) {
             documents.push_back(entry.path());
     int links = 0;
     for (const fs::path& document : documents) {
-        const std::string text = ReadText(document);
+        const std::string text = ReadAll(document);
         for (std::size_t at = text.find("]("); at != text.npos; at = text.find("](", at + 1)) {
             const std::string link = text.substr(at + 2, text.find_first_of(")#", at) - at - 2);
             if (link.empty() || link.find(':') != link.npos)

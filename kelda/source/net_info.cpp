@@ -219,7 +219,7 @@ std::string Text(const std::string& name, const Summary& summary) {
     return text;
 }
 
-std::string Json(const std::string& name, const Summary& summary) {
+std::string SummaryJson(const std::string& name, const Summary& summary) {
     nlohmann::json references = nlohmann::json::array();
     for (const auto z : summary.references)
         references.push_back({z.real(), z.imag()});
@@ -248,5 +248,5 @@ std::string Json(const std::string& name, const Summary& summary) {
 
 std::string DescribeNetwork(const std::string& name, networkfile::File& file, bool json) {
     const Summary summary = Summarize(file);
-    return json ? Json(name, summary) : Text(name, summary);
+    return json ? SummaryJson(name, summary) : Text(name, summary);
 }

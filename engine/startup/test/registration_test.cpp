@@ -1,6 +1,6 @@
 #include <startup/registration.h>
 
-#include <gtest/gtest.h>
+#include <testtools/folder_test.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -18,18 +18,15 @@ using registry::ToUtf8;
 
 constexpr char kProgram[] = "/opt/größe mit blank/tarvok";
 
-class RegistrationTest : public testing::Test {
+class RegistrationTest : public testtools::FolderTest {
 protected:
-    RegistrationTest() {
-        std::string pattern = (fs::temp_directory_path() / "registration XXXXXX").native();
-        root = ::mkdtemp(pattern.data());
-        ::setenv("XDG_CONFIG_HOME", (root / "user").c_str(), 1);
-        ::setenv("XDG_CONFIG_DIRS", (root / "machine").c_str(), 1);
+    RegistrationTest() : FolderTest("registration test") {
+        ::setenv("XDG_CONFIG_HOME", (m_Folder / "user").c_str(), 1);
+        ::setenv("XDG_CONFIG_DIRS", (m_Folder / "machine").c_str(), 1);
     }
-    ~RegistrationTest() override { fs::remove_all(root); }
 
     // A file in the folder's place denies it to root as well.
-    void DenyMachine() { std::ofstream(root / "machine") << "in the folder's place"; }
+    void DenyMachine() { std::ofstream(m_Folder / "machine") << "in the folder's place"; }
 
     // All values below a key, as "path|name" and text; a key without values or keys is "path|" and "(key)".
     static void List(const registry::Key& key, const std::string& path,
@@ -50,8 +47,6 @@ protected:
             List(*key, "", found);
         return found;
     }
-
-    fs::path root;
 };
 
 const std::string kAppId = "{9C00D95F-F4DF-4879-9423-D8DBD3DA2491}";
@@ -133,7 +128,7 @@ TEST_F(RegistrationTest, TakingBackClearsTheUsersAndTheMachinesEntries) {
         registry::Store store;
         RegisterServer(store, "/user's/tarvok");
     }
-    fs::remove(root / "machine");
+    fs::remove(m_Folder / "machine");
     registry::Store store;
     RegisterServer(store, "/machine's/tarvok");
     EXPECT_EQ(Classes(registry::HKEY_CLASSES_ROOT)[kClass + "\\LocalServer32|"], "/user's/tarvok");
@@ -147,12 +142,12 @@ TEST_F(RegistrationTest, TheExitStatusTellsWhetherItWasDone) {
               fs::read_symlink("/proc/self/exe").native());
     EXPECT_EQ(RunRegistration(ServerRoad::kUnregister), 0);
 
-    std::ofstream(root / "machine" / "tarvokengine" / registry::kFileName) << "damaged";
+    std::ofstream(m_Folder / "machine" / "tarvokengine" / registry::kFileName) << "damaged";
     testing::internal::CaptureStderr();
     EXPECT_EQ(RunRegistration(ServerRoad::kRegister), 0xF1);
     EXPECT_EQ(RunRegistration(ServerRoad::kUnregister), 0xF1);
     std::string said = testing::internal::GetCapturedStderr();
-    EXPECT_NE(said.find((root / "machine" / "tarvokengine" / registry::kFileName).native() + ":1: "),
+    EXPECT_NE(said.find((m_Folder / "machine" / "tarvokengine" / registry::kFileName).native() + ":1: "),
               std::string::npos)
         << said;
 }

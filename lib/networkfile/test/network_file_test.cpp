@@ -5,14 +5,9 @@
 #include <sparamlib/network_modal_solution.h>
 #include <sparamlib/solution_factory.h>
 #include <streamio/block.h>
-
-#include <gtest/gtest.h>
-
-#include <unistd.h>
+#include <testtools/folder_test.h>
 
 #include <cmath>
-#include <filesystem>
-#include <fstream>
 #include <sstream>
 
 namespace {
@@ -233,20 +228,13 @@ TEST(NetworkFileTest, WhatAFileCantSayIsRefused) {
     ExpectNear(S(*ReadText(written.bytes, "a.s2p"), 1e9), Real({0, 1, 1, 0}), 0);
 }
 
-class FolderTest : public testing::Test {
+class NetworkInFolder : public testtools::FolderTest {
 protected:
-    FolderTest()
-        : m_Folder(std::filesystem::temp_directory_path() /
-                   ("tarvok_networkfile_" + std::to_string(getpid()))) {
-        std::filesystem::create_directories(m_Folder);
-    }
-    ~FolderTest() override { std::filesystem::remove_all(m_Folder); }
+    NetworkInFolder() : FolderTest("tarvok_networkfile") {}
     std::string Put(const std::string& name, const std::string& bytes) const {
-        std::ofstream(m_Folder / name, std::ios::binary) << bytes;
+        Write(name, bytes);
         return (m_Folder / name).string();
     }
-
-    std::filesystem::path m_Folder;
 };
 
 std::unique_ptr<CNetworkDataSolution> AsEngine(const std::u16string& text) {
@@ -255,7 +243,7 @@ std::unique_ptr<CNetworkDataSolution> AsEngine(const std::u16string& text) {
     return CreateNetworkSolution(block);
 }
 
-TEST_F(FolderTest, TheEngineGetsATextThatIsGoodAsItStandsAndAllElseRewritten) {
+TEST_F(NetworkInFolder, TheEngineGetsATextThatIsGoodAsItStandsAndAllElseRewritten) {
     const std::string s = MatrixText("SMatrix", "0.1", "0.2", "0.3", "0.4") + ImpedanceText("75");
     const std::string good = "! a remark\n" + SolutionText(s);
     EXPECT_EQ(networkfile::ReadForEngine(Put("a.sol", good)), AString(good));
@@ -291,7 +279,7 @@ TEST_F(FolderTest, TheEngineGetsATextThatIsGoodAsItStandsAndAllElseRewritten) {
                   std::string::npos);
 }
 
-TEST_F(FolderTest, TheEngineGetsAnIdealThroughAsItIs) {
+TEST_F(NetworkInFolder, TheEngineGetsAnIdealThroughAsItIs) {
     const double half = 1 / std::sqrt(2.0);
     struct Row {
         const char *what, *bytes;
@@ -314,7 +302,7 @@ TEST_F(FolderTest, TheEngineGetsAnIdealThroughAsItIs) {
     }
 }
 
-TEST_F(FolderTest, HowASolutionIsToBePresentedGoesWithIt) {
+TEST_F(NetworkInFolder, HowASolutionIsToBePresentedGoesWithIt) {
     auto solution =
         ReadText(SolutionText(MatrixText("ZMatrix", "110", "100", "100", "120") + ImpedanceText("75")), "-");
     auto& modal = dynamic_cast<CNetworkModalSolution&>(*solution);

@@ -1,8 +1,7 @@
 #include <registry/registry_access.h>
 
+#include <testtools/folder_test.h>
 #include <utility/assertion.h>
-
-#include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -20,15 +19,12 @@ namespace {
 constexpr char16_t kDesktop[] = u"Software\\Orvane\\Atelier\\2.0\\Desktop";
 
 // Hives of its own, with the test's body on a thread of its own, which finds them by the environment.
-class RegistryAccessTest : public testing::Test {
+class RegistryAccessTest : public testtools::FolderTest {
 protected:
-    RegistryAccessTest() {
-        std::string pattern = (fs::temp_directory_path() / "settings XXXXXX").native();
-        m_Root = ::mkdtemp(pattern.data());
-        setenv("XDG_CONFIG_HOME", (m_Root / "user").c_str(), 1);
-        setenv("XDG_CONFIG_DIRS", (m_Root / "machine").c_str(), 1);
+    RegistryAccessTest() : FolderTest("settings test") {
+        setenv("XDG_CONFIG_HOME", (m_Folder / "user").c_str(), 1);
+        setenv("XDG_CONFIG_DIRS", (m_Folder / "machine").c_str(), 1);
     }
-    ~RegistryAccessTest() override { fs::remove_all(m_Root); }
 
     void Put(registry::HKEY hive, const char16_t* path, const wchar16* name, Value value) {
         registry::Store store;
@@ -46,8 +42,6 @@ protected:
         });
         return text;
     }
-
-    fs::path m_Root;
 };
 
 Value Text(const std::string& text) {

@@ -1,12 +1,11 @@
 #include <registry/registry.h>
 
-#include <gtest/gtest.h>
+#include <testtools/folder_test.h>
 
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <thread>
 
@@ -19,27 +18,18 @@ namespace registry {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string ReadAll(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using testtools::ReadAll;
 
 void WriteAll(const fs::path& file, const std::string& text) {
     fs::create_directories(file.parent_path());
     std::ofstream(file, std::ios::binary) << text;
 }
 
-class RegistryTest : public testing::Test {
+class RegistryTest : public testtools::FolderTest {
 protected:
-    RegistryTest() {
-        std::string pattern = (fs::temp_directory_path() / "registry test XXXXXX").native();
-        root = ::mkdtemp(pattern.data());
-        folders = {root / "user" / "tarvokengine", root / "machine" / "tarvokengine"};
+    RegistryTest() : FolderTest("registry test") {
+        folders = {m_Folder / "user" / "tarvokengine", m_Folder / "machine" / "tarvokengine"};
     }
-    ~RegistryTest() override { fs::remove_all(root); }
 
     fs::path UserFile() const { return folders.user / kFileName; }
     fs::path MachineFile() const { return folders.machine / kFileName; }
@@ -56,7 +46,6 @@ protected:
         return text ? ToUtf8(*text) : "(none)";
     }
 
-    fs::path root;
     Folders folders;
 };
 
@@ -247,7 +236,7 @@ TEST_F(RegistryTest, AnOpenStoreSeesWhatOthersWrite) {
 }
 
 TEST_F(RegistryTest, ALinkStaysALinkAndTheRightsStay) {
-    fs::path target = root / "elsewhere" / "settings.json";
+    fs::path target = m_Folder / "elsewhere" / "settings.json";
     WriteAll(target, "{\"format\": 1}");
     fs::permissions(target, fs::perms::owner_read | fs::perms::owner_write);
     fs::create_directories(folders.user);
