@@ -12,6 +12,7 @@
 namespace kelda_test {
 
 using testtools::Environment;
+using testtools::EnvironmentBlock;
 using testtools::Eventually;
 using testtools::IsGone;
 using testtools::kPatience;
