@@ -8,7 +8,7 @@
 
 #include <algorithm>
 
-#define TARVOK_ZEPH_ASSERT(expression)                                                                       \
+#define TARVOK_TERMINAL_ASSERT(expression)                                                                   \
     TARVOK_ASSERT_AT("lib/sparamlib/source/ZephTerminalData", __LINE__, expression, #expression)
 
 namespace {
@@ -68,11 +68,11 @@ CZephTerminalData::~CZephTerminalData() = default;
 
 void CZephTerminalData::ComputeForm(CZephModalData* baseData, const ComplexVector* impedances,
                                     const CZephDifferentialPairs& pairs) {
-    TARVOK_ZEPH_ASSERT(baseData != 0);
+    TARVOK_TERMINAL_ASSERT(baseData != 0);
     if (!baseData)
         return;
-    TARVOK_ZEPH_ASSERT(baseData->GetTMatrix() != 0);
-    TARVOK_ZEPH_ASSERT(baseData->GetPMatrix() != 0);
+    TARVOK_TERMINAL_ASSERT(baseData->GetTMatrix() != 0);
+    TARVOK_TERMINAL_ASSERT(baseData->GetPMatrix() != 0);
     BindTo(baseData);
     m_Frequency = baseData->GetFrequency();
     CopyItem(m_TMatrix, baseData->GetTMatrix());
@@ -177,7 +177,7 @@ void CZephTerminalData::ComputePortImpedance(const ComplexMatrix& t, const Compl
 }
 
 void CZephTerminalData::ComputeYFromS(const ComplexVector& impedances) {
-    TARVOK_ZEPH_ASSERT(m_SMatrix != 0);
+    TARVOK_TERMINAL_ASSERT(m_SMatrix != 0);
     if (!m_SMatrix)
         return;
     const int n = m_SMatrix->Rows();
@@ -194,7 +194,7 @@ void CZephTerminalData::ComputeYFromS(const ComplexVector& impedances) {
 }
 
 void CZephTerminalData::ComputeZFromS(const ComplexVector& impedances) {
-    TARVOK_ZEPH_ASSERT(m_SMatrix != 0);
+    TARVOK_TERMINAL_ASSERT(m_SMatrix != 0);
     if (!m_SMatrix)
         return;
     const int n = m_SMatrix->Rows();
