@@ -1,6 +1,8 @@
 // Streams against the best known parsers of comparable data: the same document as block text and as JSON, as binary text
 // and as msgpack, in one run. A figure is the median time of ours over the median time of theirs, trees' release
 // included; below 1 is faster. `streamio_bench [rounds [part of a comparison's name]]`.
+#include "measure.h"
+
 #include <streamio/block.h>
 #include <streamio/block_index.h>
 #include <streamio/token_grammar_default.h>
@@ -20,7 +22,6 @@
 #include <random>
 #include <string>
 #include <sys/wait.h>
-#include <time.h>
 #include <unistd.h>
 #include <vector>
 
@@ -82,26 +83,6 @@ Document MakeMessage() {
         9};
 }
 
-double Median(std::vector<double> times) {
-    std::nth_element(times.begin(), times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2),
-                     times.end());
-    return times[times.size() / 2];
-}
-
-// The processor's time, which stays comparable on a busy machine, where the time by the clock doesn't.
-double ProcessorSeconds() {
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
-}
-
-double Seconds(const std::function<void()>& work, int repeat) {
-    const double start = ProcessorSeconds();
-    for (int i = 0; i < repeat; ++i)
-        work();
-    return (ProcessorSeconds() - start) / repeat;
-}
-
 // Both by turns, so that a busy machine slows both.
 void Compare(const std::string& what, const std::function<void()>& ours, const std::function<void()>& theirs,
              int repeat) {
@@ -113,11 +94,8 @@ void Compare(const std::string& what, const std::function<void()>& ours, const s
         a.push_back(Seconds(ours, repeat));
         b.push_back(Seconds(theirs, repeat));
     }
-    const auto best = [](const std::vector<double>& times) {
-        return *std::min_element(times.begin(), times.end());
-    };
     fmt::print("{:<44} {:>10.4f} ms {:>10.4f} ms   ratio {:.2f}, of the best {:.2f}\n", what, 1e3 * Median(a),
-               1e3 * Median(b), Median(a) / Median(b), best(a) / best(b));
+               1e3 * Median(b), Median(a) / Median(b), Best(a) / Best(b));
     std::fflush(stdout);
 }
 
