@@ -54,7 +54,7 @@ public:
     void SetName(const AString& name) override;
     const CToken& GetNameToken() const override { return mName; }
     bool IsNamed() const override { return true; }
-    std::size_t GetSize() const override { return mItems.size(); }
+    std::size_t GetSize() const override { return mPairs.empty() ? mItems.size() : mPairs.size() / 2; }
     void Clear() override;
     bool IsBlock() const override { return true; }
     CMemoryStats GetMemoryStats(bool addSelf) const override;
@@ -65,6 +65,8 @@ public:
     void Add(const CBlockItemPtr& item) { Add(CBlockItemPtr(item)); }
     void Add(CBlockItemPtr&& item);
     void Reserve(std::size_t count) { mItems.reserve(count); }
+    // Appends `count` functions of that name, each with the next two of the values: a row of complex numbers.
+    void AddPairs(const CToken& name, const double* values, std::size_t count);
     CBlock& operator<<(const CBlockItemPtr& item);
     CBlock& operator<<(const CBlock& block) { return AddBlock(block); }
     CBlock& operator<<(const CBlock_func& func) { return AddFunc(func); }
@@ -96,9 +98,14 @@ public:
     // aren't descended into. True if there was any.
     bool CollectErrors(std::list<AString>& out, bool recursive) const;
 
-    Items::const_iterator begin() const { return mItems.begin(); }
-    Items::const_iterator end() const { return mItems.end(); }
-    std::size_t size() const { return mItems.size(); }
+    Items::const_iterator begin() const { return AllItems().begin(); }
+    Items::const_iterator end() const { return AllItems().end(); }
+    std::size_t size() const { return GetSize(); }
+    // The values of all items, two of each, while the items are functions of one name with two numbers each that nobody
+    // has asked for one by one: then they take no items. Null if not; `GetSize` says how many functions.
+    const CToken* GetPairs() const { return mPairs.empty() ? nullptr : mPairs.data() + 1; }
+    // The name of those functions.
+    const CToken& GetPairName() const { return mPairs.front(); }
 
 protected:
     bool TakeContent(CBlock_item& other) override;
@@ -110,9 +117,21 @@ private:
     NameIndex& Names();
     void CopyItems(const CBlock& other);
     CBlock_item* FindItem(const CToken& name);
+    Items& AllItems() const {
+        if (!mPairs.empty())
+            MakeItems();
+        return mItems;
+    }
+    void MakeItems() const;
+    // Whether a function of that name with two numbers may join the pairs.
+    bool TakesPair(const CToken& name) const {
+        return mPairs.empty() ? mItems.empty() && !mNameIndex && name.IsText() : mPairs.front() == name;
+    }
 
     CToken mName;
-    Items mItems;
+    // The items, held in one of two ways: the second is the functions' name and their values.
+    mutable Items mItems;
+    mutable CTokenArray mPairs;
     std::unique_ptr<NameIndex> mNameIndex; // null until the first lookup
     Errors mErrors;
     bool mGood = true;

@@ -9,6 +9,7 @@
 #include <utility/assertion.h>
 
 #include <algorithm>
+#include <iterator>
 
 namespace io {
 
@@ -37,7 +38,7 @@ bool CBlock::NameLess::operator()(std::u16string_view a, const CToken& b) const 
     return Compare(b, a) > 0;
 }
 
-CBlock::CBlock(const CBlock& other) : CBlock_item(other), mName(other.mName), mItems(other.mItems) {}
+CBlock::CBlock(const CBlock& other) : CBlock_item(other), mName(other.mName), mItems(other.AllItems()) {}
 
 CBlock& CBlock::operator=(const CBlock& other) {
     if (this != &other)
@@ -57,7 +58,7 @@ void CBlock::CopyItems(const CBlock& other) {
     if (this == &other)
         return;
     // The source may be an item of this block: it is kept until its items are here.
-    Items former = std::exchange(mItems, other.mItems);
+    Items former = std::exchange(AllItems(), other.AllItems());
     mNameIndex.reset();
     mErrors.clear();
     CTreeTeardown::Release(std::move(former));
@@ -94,6 +95,7 @@ void CBlock::Clear() {
     mNameIndex.reset();
     if (!mItems.empty())
         CTreeTeardown::Release(std::move(mItems));
+    mPairs.clear();
     mErrors.clear();
 }
 
@@ -115,9 +117,41 @@ void CBlock::Add(CBlockItemPtr&& item) {
     if (mNameIndex && item->IsNamed())
         mNameIndex->emplace(item->GetNameToken(), item);
     constexpr std::size_t kFirstRoom = 4;
-    if (mItems.capacity() == 0)
-        mItems.reserve(kFirstRoom);
-    mItems.push_back(std::move(item));
+    Items& items = AllItems();
+    if (items.capacity() == 0)
+        items.reserve(kFirstRoom);
+    items.push_back(std::move(item));
+}
+
+void CBlock::AddPairs(const CToken& name, const double* values, std::size_t count) {
+    if (count == 0)
+        return;
+    if (!TakesPair(name)) {
+        for (const double* const end = values + 2 * count; values != end; values += 2) {
+            const CBlockItemPtr item(new CBlock_func(name));
+            static_cast<CBlock_func&>(*item) << values[0] << values[1];
+            Add(item);
+        }
+        return;
+    }
+    mPairs.reserve(std::max<std::size_t>(mPairs.size(), 1) + 2 * count);
+    if (mPairs.empty())
+        mPairs.push_back(name);
+    std::transform(values, values + 2 * count, std::back_inserter(mPairs),
+                   [](double value) { return CToken(TokenType::Double, value); });
+}
+
+void CBlock::MakeItems() const {
+    Items items;
+    items.reserve(GetSize());
+    for (std::size_t i = 1; i + 1 < mPairs.size(); i += 2) {
+        auto* func = new CBlock_func(GetPairName());
+        items.emplace_back(func);
+        func->AddValue(mPairs[i]);
+        func->AddValue(mPairs[i + 1]);
+    }
+    mItems = std::move(items);
+    mPairs = {};
 }
 
 CBlock& CBlock::operator<<(const CBlockItemPtr& item) {
@@ -143,7 +177,7 @@ CBlock& CBlock::AddNamedValue(const CBlock_named_value& value) {
 CBlock::NameIndex& CBlock::Names() {
     if (!mNameIndex) {
         mNameIndex = std::make_unique<NameIndex>();
-        for (const CBlockItemPtr& item : mItems) {
+        for (const CBlockItemPtr& item : AllItems()) {
             if (item->IsNamed())
                 mNameIndex->emplace(item->GetNameToken(), item);
         }
@@ -173,14 +207,15 @@ CBlock::NameIndex::iterator CBlock::Erase(NameIndex::iterator position) {
 
 CBlock_item* CBlock::FindItem(std::u16string_view name) {
     constexpr std::size_t kFewItems = 8; // an index of these would take longer than looking at each
-    if (mNameIndex || mItems.size() > kFewItems) {
+    if (mNameIndex || GetSize() > kFewItems) {
         const auto found = Find(name);
         return mGood ? found->second.Get() : nullptr;
     }
-    const auto found = std::find_if(mItems.begin(), mItems.end(), [name](const CBlockItemPtr& item) {
+    const Items& items = AllItems();
+    const auto found = std::find_if(items.begin(), items.end(), [name](const CBlockItemPtr& item) {
         return item->IsNamed() && Compare(item->GetNameToken(), name) == 0;
     });
-    mGood = found != mItems.end() && IsFindable((*found)->GetNameToken());
+    mGood = found != items.end() && IsFindable((*found)->GetNameToken());
     return mGood ? found->Get() : nullptr;
 }
 

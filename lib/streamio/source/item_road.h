@@ -84,6 +84,7 @@ public:
         : m_Tables(tables), m_Keywords(keywords), m_KeepSource(keepSource), m_Place(place), m_End(end) {}
 
     RoadPlace GetPlace() const { return m_Place; }
+    void SetPlace(const RoadPlace& place) { m_Place = place; }
 
     // Over blanks, comments and line ends.
     void PassSpace();
@@ -137,6 +138,7 @@ public:
         : m_Keywords(keywords), m_Place(place), m_End(end) {}
 
     RoadPlace GetPlace() const { return m_Place; }
+    void SetPlace(const RoadPlace& place) { m_Place = place; }
 
     void PassSpace();
     BlockEdge TakeEdge();

@@ -313,6 +313,7 @@ bool CTreeReader::TakeItem(Road& road) {
         // Every name that isn't this one is left to the tokens.
         if (!road.TakeSame(block.mName, m_Words))
             return false;
+        m_RowTokens = block.mPairs.empty() ? m_RowTokens : block.mPairs.size();
         m_Frames.pop_back();
         m_Own->DecIndent();
         return true;
@@ -344,6 +345,8 @@ bool CTreeReader::TakeItem(Road& road) {
         if (m_Frames.size() >= kMaxNesting)
             return false;
         road.PassSymbol();
+        if (TakePair(road, block, name))
+            return true;
         auto* func = new CBlock_func(std::move(name));
         item = CBlockItemPtr(func);
         if (!TakeArguments(road, *func))
@@ -354,6 +357,27 @@ bool CTreeReader::TakeItem(Road& road) {
         return false;
     }
     block.Add(std::move(item));
+    return true;
+}
+
+template <class Road>
+bool CTreeReader::TakePair(Road& road, CBlock& block, CToken& name) {
+    if (!block.TakesPair(name))
+        return false;
+    const RoadPlace start = road.GetPlace();
+    CToken first, second;
+    if (!road.TakeElement(first, m_Words) || !first.IsNumber() || !road.TakeSeparator() ||
+        !road.TakeElement(second, m_Words) || !second.IsNumber() || !road.TakeSymbol(u')')) {
+        road.SetPlace(start);
+        return false;
+    }
+    CTokenArray& pairs = block.mPairs;
+    if (pairs.empty()) {
+        pairs.reserve(std::max<std::size_t>(m_RowTokens, 3));
+        pairs.push_back(std::move(name));
+    }
+    pairs.push_back(std::move(first));
+    pairs.push_back(std::move(second));
     return true;
 }
 

@@ -63,6 +63,9 @@ private:
     void RunRoad(Buffer& buffer);
     template <class Road>
     bool TakeItem(Road& road);
+    // A function of two numbers that joins the block's pairs; if it doesn't, the road stands where it stood.
+    template <class Road>
+    bool TakePair(Road& road, CBlock& block, CToken& name);
     template <class Road>
     bool TakeArguments(Road& road, CBlock_func& func);
     bool BeginBlock(CBlock& block);
@@ -77,7 +80,8 @@ private:
     const CToken* m_Current = nullptr; // of the buffer, as long as nothing has moved
     bool m_Binary;
     std::vector<Frame> m_Frames;
-    std::size_t m_RoadBase = 0; // the outermost block whose items may be read without tokens, 0 for none
+    std::size_t m_RowTokens = 0; // of the last row of pairs: others of a matrix are as long
+    std::size_t m_RoadBase = 0;  // the outermost block whose items may be read without tokens, 0 for none
     CWordCache m_Words;
 };
 

@@ -57,15 +57,11 @@ struct Frame {
     std::size_t next = 0;
 };
 
-// A function of plain values; false if it is none.
-bool WritePlain(const CBlock_item& item, bool binary, CAbstract_ostream& s) {
-    const CBlock_func* func = Container(item).func;
-    const CToken* values = func ? func->GetPlainValues() : nullptr;
-    if (!values)
-        return false;
-    WriteItemName(func->GetNameToken(), s);
+void WriteFunc(const CToken& name, const CToken* values, std::size_t count, bool binary,
+               CAbstract_ostream& s) {
+    WriteItemName(name, s);
     s.WriteChar(u'(');
-    for (std::size_t i = 0; i < func->GetSize(); ++i) {
+    for (std::size_t i = 0; i < count; ++i) {
         if (i > 0 && !binary) {
             s.WriteChar(u',');
             s.WriteChar(u' ');
@@ -73,7 +69,43 @@ bool WritePlain(const CBlock_item& item, bool binary, CAbstract_ostream& s) {
         CBlock_value::WriteValue(values[i], s);
     }
     s.WriteChar(u')');
+}
+
+// A function of plain values; false if it is none.
+bool WritePlain(const CBlock_item& item, bool binary, CAbstract_ostream& s) {
+    const CBlock_func* func = Container(item).func;
+    const CToken* values = func ? func->GetPlainValues() : nullptr;
+    if (values)
+        WriteFunc(func->GetNameToken(), values, func->GetSize(), binary, s);
+    return values != nullptr;
+}
+
+// The items of a block that are pairs; false if they aren't.
+bool WritePairs(const CBlock* block, bool binary, CAbstract_ostream& s) {
+    const CToken* values = block ? block->GetPairs() : nullptr;
+    if (!values)
+        return false;
+    for (std::size_t i = 0; i < block->GetSize(); ++i, values += 2) {
+        WriteFunc(block->GetPairName(), values, 2, binary, s);
+        s.EnsureNewLine();
+    }
     return true;
+}
+
+std::uint64_t SizeOfFunc(const CToken& name, const CToken* values, std::size_t count) {
+    std::uint64_t size = SizeOfPlainToken(name) + 4u;
+    for (std::size_t i = 0; i < count; ++i)
+        size += SizeOfToken(values[i]);
+    return size;
+}
+
+// Of the items of a block that are pairs, with their line ends; 0 if they aren't.
+std::uint64_t SizeOfPairs(const CBlock* block) {
+    const CToken* values = block ? block->GetPairs() : nullptr;
+    std::uint64_t size = 0;
+    for (std::size_t i = 0; values && i < block->GetSize(); ++i, values += 2)
+        size += 1 + SizeOfFunc(block->GetPairName(), values, 2);
+    return size;
 }
 
 } // namespace
@@ -91,6 +123,8 @@ void WriteTree(const CBlock_item& root, CAbstract_ostream& s) {
             WriteItemName(item.GetNameToken(), s);
             s.WriteChar(u'(');
         }
+        if (frames.size() < kMaxNesting && WritePairs(frames.back().container.block, binary, s))
+            frames.back().next = item.GetSize();
     };
     open(root);
     while (!frames.empty()) {
@@ -180,7 +214,11 @@ std::uint32_t SizeOfTree(const CBlock_item& root, CAbstract_ostream& s) {
                     BinaryTextSize(Utf8Length(s.GetEndKeyword())) + 2;
         else
             size += SizeOfPlainToken(item.GetNameToken()) + 4;
-        frames.push_back({Container(item)});
+        Frame& frame = frames.emplace_back(Container(item));
+        if (const std::uint64_t pairs = SizeOfPairs(frame.container.block)) {
+            size += pairs;
+            frame.next = item.GetSize();
+        }
     };
     open(root);
     while (!frames.empty()) {
@@ -198,9 +236,7 @@ std::uint32_t SizeOfTree(const CBlock_item& root, CAbstract_ostream& s) {
         const CBlock_func* func = Container(*item).func;
         const CToken* values = func && IsOwnClass(*item) ? func->GetPlainValues() : nullptr;
         if (values) {
-            size += SizeOfPlainToken(func->GetNameToken()) + 4;
-            for (std::size_t i = 0; i < func->GetSize(); ++i)
-                size += SizeOfToken(values[i]);
+            size += SizeOfFunc(func->GetNameToken(), values, func->GetSize());
         } else if (IsOwnClass(*item)) {
             open(*item);
         } else {

@@ -4,6 +4,8 @@
 
 namespace {
 
+static_assert(sizeof(Complex) == 2 * sizeof(double));
+
 using io::CBlock;
 using io::CBlock_func;
 using io::CBlock_item;
@@ -37,10 +39,9 @@ CToken ComplexName() {
 void AddRow(CBlock& block, int row, const Complex* elements, int n) {
     auto* items = new CBlock(RowName(row));
     block.Add(CBlockItemPtr(items));
-    items->Reserve(static_cast<std::size_t>(n));
-    const CToken name = ComplexName();
-    for (int j = 0; j < n; ++j)
-        AddComplex(*items, name, elements[j]);
+    if (n > 0)
+        items->AddPairs(ComplexName(), reinterpret_cast<const double*>(elements),
+                        static_cast<std::size_t>(n));
 }
 
 bool HasInteger(CBlock& block, std::u16string_view name, int absent, int expected) {
@@ -81,7 +82,10 @@ bool IsInteger(const CBlock_item& item, int expected) {
 
 bool ReadRow(const CBlock* row, Complex* elements, int n) {
     int j = 0;
-    if (row) {
+    if (const CToken* values = row ? row->GetPairs() : nullptr) {
+        for (const int stored = int(std::min(row->GetSize(), std::size_t(n))); j < stored; ++j, values += 2)
+            elements[j] = {values[0].GetDouble(), values[1].GetDouble()};
+    } else if (row) {
         for (auto item = row->begin(); item != row->end() && j < n; ++item, ++j) {
             elements[j] = Complex();
             if (!ReadComplexItem(**item, elements[j]))
