@@ -2,6 +2,7 @@
 
 #include <streamio/streamio_manip.h>
 
+#include <functional>
 #include <limits>
 #include <random>
 
@@ -199,6 +200,57 @@ TEST(Block, SharesItemsWithItsCopies) {
     CBlock nested = Parsed("$begin A\n$begin A\n$begin A\nx=1\n$end A\n$end A\n$end A");
     EXPECT_TRUE(nested.GetBlock(nested).IsGood());
     EXPECT_EQ(Text(nested), "$begin A\n\t$begin A\n\t\tx=1\n\t$end A\n$end A\n");
+}
+
+TEST(Block, OfPairsOfNumbersIsOneOfFunctions) {
+    const double numbers[] = {1, 2, 3, 4, 5, 6};
+    const CToken name(TokenType::SingleQuotedText, u"c");
+    struct Case {
+        const char* what;
+        std::function<void(CBlock&)> change;
+    };
+    for (const Case& c : {
+             Case{"nothing", [](CBlock&) {}},
+             Case{"more pairs", [&](CBlock& b) { b.AddPairs(name, numbers, 2); }},
+             Case{"no more pairs", [&](CBlock& b) { b.AddPairs(name, numbers, 0); }},
+             Case{"pairs of another name",
+                  [&](CBlock& b) { b.AddPairs(CToken(TokenType::SingleQuotedText, u"d"), numbers, 2); }},
+             Case{"an item", [](CBlock& b) { b << CBlock_named_value(AString(u"x")); }},
+             Case{"pairs behind a lookup",
+                  [&](CBlock& b) {
+                      EXPECT_NE(b.Find(u"C"), b.NamesEnd());
+                      b.AddPairs(name, numbers, 2);
+                  }},
+             Case{"an erasure", [](CBlock& b) { b.Erase(b.Find(u"c")); }},
+             Case{"a lookup", [](CBlock& b) { EXPECT_EQ(b.FindItem(u"c"), b.begin()->Get()); }},
+             Case{"another's items", [](CBlock& b) { b = Parsed("$begin B\nx=1\n$end B"); }},
+             Case{"its items to another",
+                  [](CBlock& b) {
+                      const CBlock copy(b);
+                      EXPECT_EQ(copy.begin()->Get(), b.begin()->Get());
+                  }},
+             Case{"an item's value", [](CBlock& b) { static_cast<CBlock_func&>(**b.begin()) << 7.0; }},
+             Case{"emptied", [](CBlock& b) { b.Clear(); }},
+         }) {
+        CBlock pairs(AString(u"r0"));
+        pairs.AddPairs(name, numbers, 3);
+        CBlock items(AString(u"r0"));
+        for (std::size_t i = 0; i < 3; ++i) {
+            CBlock_func func(name);
+            items << (func << numbers[2 * i] << numbers[2 * i + 1]);
+        }
+        ASSERT_NE(pairs.GetPairs(), nullptr);
+        ASSERT_EQ(items.GetPairs(), nullptr);
+        c.change(pairs);
+        c.change(items);
+        EXPECT_EQ(pairs.GetSize(), items.GetSize()) << c.what;
+        AString binary, other;
+        EXPECT_EQ(Bytes(pairs.ToBinaryText(binary)), Bytes(items.ToBinaryText(other))) << c.what;
+        CToken_ostring s(&DefaultTokenGrammar());
+        EXPECT_EQ(pairs.GetBinarySize(s), items.GetBinarySize(s)) << c.what;
+        EXPECT_EQ(Text(pairs), Text(items)) << c.what;
+        EXPECT_EQ(pairs.GetMemoryStats(true).funcs, items.GetMemoryStats(true).funcs) << c.what;
+    }
 }
 
 TEST(BlockValue, ConvertsWithinRange) {

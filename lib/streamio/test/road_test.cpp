@@ -74,6 +74,11 @@ constexpr const char* kTexts[] = {
     "b[\n$end[\n$end A\n",
     "$begin ''\n$begin 12\n$begin true\nx=1\n$end true\n$end 12\n$end ''\n",
     "f A\n< A\nx=1\n> A\n",
+    "$begin A\nc(1, 2)\nc(3.50, 4)\nC(5, 6)\nc(7, 8)\n$end A\n",
+    "$begin A\nc(1, 2)\nc(3)\nc(4, 5, 6)\nc(7, x)\nc(8 9)\nc(1, 2)\n$begin b\nlonger(1, 2)\nlonger(3, 4)\n"
+    "$end b\n$end A\n",
+    "$begin A\n$begin r0\n1(2, 3)\n1.0(4, 5)\n$end r0\n$begin r1\n'c'(-1e-5, 007) 'c' (.5,\n2)\n$end\n$end "
+    "A\n",
 };
 
 TEST(Items, AreReadFromTextAsFromTokens) {
