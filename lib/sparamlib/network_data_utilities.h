@@ -78,13 +78,13 @@ enum class NetworkDataKind : std::int32_t {
 // - reading, if the block has no text under `key` or the table has no such keyword (case doesn't count);
 //   `value` stays;
 // - writing, if `value` lies outside the table; nothing is added to the block.
-std::int32_t TransferEnumKeyword(io::CBlock& block, bool read, const AString& key, std::int32_t first,
+std::int32_t TransferEnumKeyword(io::CBlock& block, bool read, std::u16string_view key, std::int32_t first,
                                  std::int32_t count, const std::u16string_view* table, std::int32_t& value);
 
 template <class Enum>
 requires std::is_enum_v<Enum> std::int32_t
-TransferEnumKeyword(io::CBlock& block, bool read, const AString& key, std::int32_t first, std::int32_t count,
-                    const std::u16string_view* table, Enum& value) {
+TransferEnumKeyword(io::CBlock& block, bool read, std::u16string_view key, std::int32_t first,
+                    std::int32_t count, const std::u16string_view* table, Enum& value) {
     auto number = static_cast<std::int32_t>(value);
     const std::int32_t result = TransferEnumKeyword(block, read, key, first, count, table, number);
     value = static_cast<Enum>(number);

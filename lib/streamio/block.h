@@ -84,6 +84,8 @@ public:
 
     // The earliest item of that name, or null; `IsGood` says which.
     CBlock_item* FindItem(std::u16string_view name);
+    // The same if it is a named value, else null.
+    const CBlock_named_value* FindNamedValue(std::u16string_view name);
     // The argument's name is looked up; its content is replaced, its name stays.
     CBlock& GetNamedValue(CBlock_named_value& value);
     CBlock& GetFunc(CBlock_func& func);

@@ -25,12 +25,12 @@ void WriteComplexItem(io::CBlock& block, const Complex& value);
 bool ReadComplexItem(const io::CBlock_item& item, Complex& value);
 
 // Appends a block with the rows "r0", "r1", ...
-void WriteMatrixBlock(io::CBlock& block, const ComplexMatrix& matrix, const AString& name = u"matrix");
+void WriteMatrixBlock(io::CBlock& block, const ComplexMatrix& matrix, std::u16string_view name = u"matrix");
 // `matrix` has its final shape beforehand; "m" (1 if absent) and "n" (0 if absent) must agree with it. Items
 // that a row lacks are zero, a missing row is zero, items beyond the last column aren't looked at.
 bool ReadMatrixBlock(io::CBlock& block, ComplexMatrix& matrix);
 
 // Appends a block with the one row "r0".
-void WriteVectorBlock(io::CBlock& block, const ComplexVector& vector, const AString& name = u"vector");
+void WriteVectorBlock(io::CBlock& block, const ComplexVector& vector, std::u16string_view name = u"vector");
 // `vector` has its final length beforehand; "n" (the number of items if absent) must agree with it.
 bool ReadVectorBlock(io::CBlock& block, ComplexVector& vector);

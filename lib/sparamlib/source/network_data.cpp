@@ -2,8 +2,6 @@
 
 #include "point_items.h"
 
-#include <streamio/streamio_manip.h>
-
 #include <algorithm>
 #include <iterator>
 
@@ -61,7 +59,8 @@ std::int32_t CNetworkData::TransferBlock(io::CBlock& block, bool read) {
 }
 
 std::int32_t CNetworkData::ReadFromBlock(io::CBlock& block) {
-    block >> io::CNamed_value_manip<double>(u"Frequency", m_Frequency);
+    if (const io::CBlock_named_value* frequency = block.FindNamedValue(u"Frequency"))
+        frequency->GetDouble(m_Frequency);
     TransferEnumKeyword(block, true, u"DataType", 0, std::size(kDataTypeKeywords), kDataTypeKeywords,
                         m_DataType);
     const int n = GetMatrixSize();
@@ -87,7 +86,8 @@ std::int32_t CNetworkData::ReadFromBlock(io::CBlock& block) {
 
 bool CNetworkData::WriteToBlock(io::CBlock& block) {
     block.Add(io::CBlockItemPtr(
-        new io::CBlock_named_value(u"Frequency", io::CToken(io::TokenType::Double, m_Frequency))));
+        new io::CBlock_named_value(io::CToken(io::TokenType::SingleQuotedText, u"Frequency"),
+                                   io::CToken(io::TokenType::Double, m_Frequency))));
     TransferEnumKeyword(block, false, u"DataType", 0, std::size(kDataTypeKeywords), kDataTypeKeywords,
                         m_DataType);
     if (!m_SDerived)

@@ -213,7 +213,8 @@ CBlock_item* CBlock::FindItem(std::u16string_view name) {
     }
     const Items& items = AllItems();
     const auto found = std::find_if(items.begin(), items.end(), [name](const CBlockItemPtr& item) {
-        return item->IsNamed() && Compare(item->GetNameToken(), name) == 0;
+        CToken::Scratch scratch;
+        return item->IsNamed() && EqualFolded(item->GetNameToken().GetText(scratch), name);
     });
     mGood = found != items.end() && IsFindable((*found)->GetNameToken());
     return mGood ? found->Get() : nullptr;
@@ -224,10 +225,15 @@ CBlock_item* CBlock::FindItem(const CToken& name) {
     return FindItem(name.GetText(scratch));
 }
 
+const CBlock_named_value* CBlock::FindNamedValue(std::u16string_view name) {
+    const CBlock_item* item = FindItem(name);
+    mGood = item && item->IsNamedValue();
+    return mGood ? static_cast<const CBlock_named_value*>(item) : nullptr;
+}
+
 CBlock& CBlock::GetNamedValue(CBlock_named_value& value) {
-    const auto* found = dynamic_cast<const CBlock_named_value*>(FindItem(value.GetNameToken()));
-    mGood = found != nullptr;
-    if (found)
+    CToken::Scratch scratch;
+    if (const CBlock_named_value* found = FindNamedValue(value.GetNameToken().GetText(scratch)))
         value.SetValue(found->GetValue());
     return *this;
 }

@@ -15,46 +15,45 @@ using io::CBlockItemPtr;
 using io::CToken;
 using io::TokenType;
 
-AString RowName(int row) {
-    char text[16] = "r";
-    const auto end = std::to_chars(text + 1, text + sizeof(text), row).ptr;
-    return AString(std::u16string(text, end));
+class RowName {
+public:
+    explicit RowName(int row) {
+        char digits[12];
+        const auto end = std::to_chars(digits, std::end(digits), row).ptr;
+        m_Length = std::size_t(std::copy(digits, end, m_Text + 1) - m_Text);
+    }
+    operator std::u16string_view() const { return {m_Text, m_Length}; }
+
+private:
+    wchar16 m_Text[13] = u"r";
+    std::size_t m_Length;
+};
+
+CToken Name(std::u16string_view name) {
+    return CToken(TokenType::SingleQuotedText, name);
 }
 
-void AddInteger(CBlock& block, const wchar16* name, int value) {
-    block.Add(CBlockItemPtr(new CBlock_named_value(AString(name), CToken(TokenType::Int, value))));
-}
-
-void AddComplex(CBlock& block, const CToken& name, const Complex& value) {
-    auto* item = new CBlock_func(name);
-    block.Add(CBlockItemPtr(item));
-    item->Reserve(2);
-    *item << value.re << value.im;
-}
-
-CToken ComplexName() {
-    return CToken(TokenType::SingleQuotedText, u"c");
+void AddInteger(CBlock& block, std::u16string_view name, int value) {
+    block.Add(CBlockItemPtr(new CBlock_named_value(Name(name), CToken(TokenType::Int, value))));
 }
 
 void AddRow(CBlock& block, int row, const Complex* elements, int n) {
-    auto* items = new CBlock(RowName(row));
+    auto* items = new CBlock(Name(RowName(row)));
     block.Add(CBlockItemPtr(items));
     if (n > 0)
-        items->AddPairs(ComplexName(), reinterpret_cast<const double*>(elements),
-                        static_cast<std::size_t>(n));
+        items->AddPairs(Name(u"c"), reinterpret_cast<const double*>(elements), static_cast<std::size_t>(n));
 }
 
 bool HasInteger(CBlock& block, std::u16string_view name, int absent, int expected) {
-    const auto* item = dynamic_cast<const CBlock_named_value*>(block.FindItem(name));
+    const CBlock_named_value* item = block.FindNamedValue(name);
     int value = absent;
-    if (item && !item->GetInt(value))
-        return false;
-    return value == expected;
+    return (!item || item->GetInt(value)) && value == expected;
 }
 
 // The row's block, or null: what has the name but is no block doesn't count.
 const CBlock* FindRow(CBlock& block, int row) {
-    return dynamic_cast<const CBlock*>(block.FindItem(RowName(row)));
+    const CBlock_item* item = block.FindItem(RowName(row));
+    return item && item->IsBlock() ? static_cast<const CBlock*>(item) : nullptr;
 }
 
 // Whether the items are "m", "n" and the rows in their order, as they are written, so that nothing has to be looked up.
@@ -75,9 +74,9 @@ bool IsInOrder(const CBlock& block, int rows) {
 }
 
 bool IsInteger(const CBlock_item& item, int expected) {
-    const auto* named = dynamic_cast<const CBlock_named_value*>(&item);
     int value = 0;
-    return named && named->GetInt(value) && value == expected;
+    return item.IsNamedValue() && static_cast<const CBlock_named_value&>(item).GetInt(value) &&
+           value == expected;
 }
 
 bool ReadRow(const CBlock* row, Complex* elements, int n) {
@@ -99,7 +98,7 @@ bool ReadRow(const CBlock* row, Complex* elements, int n) {
 } // namespace
 
 void WriteComplexItem(CBlock& block, const Complex& value) {
-    AddComplex(block, ComplexName(), value);
+    block.AddPairs(Name(u"c"), reinterpret_cast<const double*>(&value), 1);
 }
 
 bool ReadComplexItem(const CBlock_item& item, Complex& value) {
@@ -126,8 +125,8 @@ bool ReadComplexItem(const CBlock_item& item, Complex& value) {
     return true;
 }
 
-void WriteMatrixBlock(CBlock& block, const ComplexMatrix& matrix, const AString& name) {
-    auto* target = new CBlock(name);
+void WriteMatrixBlock(CBlock& block, const ComplexMatrix& matrix, std::u16string_view name) {
+    auto* target = new CBlock(Name(name));
     block.Add(CBlockItemPtr(target));
     AddInteger(*target, u"m", matrix.Rows());
     AddInteger(*target, u"n", matrix.Columns());
@@ -154,8 +153,8 @@ bool ReadMatrixBlock(CBlock& block, ComplexMatrix& matrix) {
     return true;
 }
 
-void WriteVectorBlock(CBlock& block, const ComplexVector& vector, const AString& name) {
-    auto* target = new CBlock(name);
+void WriteVectorBlock(CBlock& block, const ComplexVector& vector, std::u16string_view name) {
+    auto* target = new CBlock(Name(name));
     block.Add(CBlockItemPtr(target));
     AddInteger(*target, u"n", vector.Size());
     AddRow(*target, 0, vector.Data(), vector.Size());
