@@ -114,17 +114,15 @@ protected:
     ComplexMatrix* Recompute(std::unique_ptr<ComplexMatrix>& field,
                              ComplexMatrix* (CNetworkData::*get)(bool));
 
+    // The flags stand first: there is room for them behind the base's.
+    bool m_SDerived = false;
+    bool m_YDerived = false;
+    bool m_ZDerived = false;
     INetworkDataOwner* m_Owner = nullptr;
     std::unique_ptr<ComplexMatrix> m_SMatrix;
     std::unique_ptr<ComplexMatrix> m_YMatrix;
     std::unique_ptr<ComplexMatrix> m_ZMatrix;
-    bool m_SDerived = false;
-    bool m_YDerived = false;
-    bool m_ZDerived = false;
     double m_Frequency = 0.0;
-    DataType m_DataType = DataType::None;
     double m_AuxValue = 0.0;
-
-private:
-    std::unique_ptr<ComplexMatrix> m_Spare; // the storage that Recompute hands on; null at other times
+    DataType m_DataType = DataType::None;
 };

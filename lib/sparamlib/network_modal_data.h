@@ -79,24 +79,37 @@ public:
     // Nothing for an i outside the rows. An absent vector is first made of zeros.
     void SetPortImpedanceElement(std::int32_t i, const Complex& value);
 
-    const ComplexVector* GetGamma() const { return m_Gamma.get(); }
-    const ComplexMatrix* GetTerminalTransform() const { return m_TerminalTransform.get(); }
+    const ComplexVector* GetGamma() const { return GetRare().gamma.get(); }
+    const ComplexMatrix* GetTerminalTransform() const { return GetRare().terminalTransform.get(); }
 
     // Hands the terminal form over. It stays bound to this point as long as the point lives.
     std::unique_ptr<CNetworkTerminalData> ReleaseTerminalData();
     // The post-processed point that a solution keeps with this one: stored, destroyed by null, or handed over.
     void SetPostprocessedData(std::unique_ptr<CNetworkData> data);
     std::unique_ptr<CNetworkData> ReleasePostprocessedData();
-    bool HasPostprocessedData() const { return m_PostprocessedData != nullptr; }
+    bool HasPostprocessedData() const { return GetRare().postprocessedData != nullptr; }
 
 protected:
-    std::unique_ptr<CNetworkTerminalData> m_TerminalData;
-    std::unique_ptr<CNetworkData> m_PostprocessedData;
-    std::unique_ptr<ComplexVector> m_Gamma;
     std::unique_ptr<ComplexVector> m_PortImpedance;
-    std::unique_ptr<ComplexMatrix> m_TerminalTransform;
+    // What most points of a solution are without: it would take more room than a small matrix.
+    struct Rare {
+        std::unique_ptr<CNetworkTerminalData> terminalData;
+        std::unique_ptr<CNetworkData> postprocessedData;
+        std::unique_ptr<ComplexVector> gamma;
+        std::unique_ptr<ComplexMatrix> terminalTransform;
+        refptr<ModalLink> link; // made when the first terminal point is bound
+    };
+    const Rare& GetRare() const {
+        static const Rare none;
+        return m_Rare ? *m_Rare : none;
+    }
 
 private:
+    Rare& MakeRare() {
+        if (!m_Rare)
+            m_Rare = std::make_unique<Rare>();
+        return *m_Rare;
+    }
     // One for each row, or null.
     const ComplexVector* UsableImpedance();
     void UpdateTerminalForm(const ComplexMatrix& computed, std::unique_ptr<ComplexMatrix>& form) const;
@@ -105,5 +118,5 @@ private:
     void MoveReferencePlanes(const ComplexVector& factors);
 
     friend class CNetworkTerminalData;
-    refptr<ModalLink> m_Link; // made when the first terminal point is bound
+    std::unique_ptr<Rare> m_Rare; // made at the first use
 };

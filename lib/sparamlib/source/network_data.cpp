@@ -10,6 +10,9 @@ namespace {
 constexpr double kUnityTolerance = 1e-05;
 constexpr double kFullReflection = 200000.0;
 
+// The storage that a recomputation hands on; null at other times.
+thread_local std::unique_ptr<ComplexMatrix> spare;
+
 Complex StandingWaveRatio(const Complex& reflection) {
     const double m = abs(reflection);
     if (std::fabs(m - 1.0) < kUnityTolerance)
@@ -188,8 +191,8 @@ ComplexMatrix* CNetworkData::Usable(const std::unique_ptr<ComplexMatrix>& field)
 
 ComplexMatrix& CNetworkData::Create(std::unique_ptr<ComplexMatrix>& field) {
     const int n = std::max(GetMatrixSize(), 0);
-    if (m_Spare && HasSize(*m_Spare, n)) {
-        field = std::move(m_Spare);
+    if (spare && HasSize(*spare, n)) {
+        field = std::move(spare);
         field->fill(Complex());
     } else {
         field = std::make_unique<ComplexMatrix>(n, n);
@@ -199,8 +202,8 @@ ComplexMatrix& CNetworkData::Create(std::unique_ptr<ComplexMatrix>& field) {
 
 ComplexMatrix* CNetworkData::Recompute(std::unique_ptr<ComplexMatrix>& field,
                                        ComplexMatrix* (CNetworkData::*get)(bool)) {
-    m_Spare = std::move(field);
+    spare = std::move(field);
     ComplexMatrix* result = (this->*get)(true);
-    m_Spare.reset();
+    spare.reset();
     return result;
 }

@@ -46,21 +46,25 @@ CNetworkModalData& CNetworkModalData::operator=(const CNetworkModalData& other) 
     if (this == &other)
         return *this;
     CNetworkData::operator=(other);
-    CopyItem(m_Gamma, other.m_Gamma.get());
     CopyItem(m_PortImpedance, other.m_PortImpedance.get());
-    CopyItem(m_TerminalTransform, other.m_TerminalTransform.get());
-    m_TerminalData.reset();
-    if (other.m_TerminalData) {
-        m_TerminalData = std::make_unique<CNetworkTerminalData>(*other.m_TerminalData);
-        m_TerminalData->BindTo(this);
+    if (!m_Rare && !other.m_Rare)
+        return *this;
+    Rare& rare = MakeRare();
+    const Rare& source = other.GetRare();
+    CopyItem(rare.gamma, source.gamma.get());
+    CopyItem(rare.terminalTransform, source.terminalTransform.get());
+    rare.terminalData.reset();
+    if (source.terminalData) {
+        rare.terminalData = std::make_unique<CNetworkTerminalData>(*source.terminalData);
+        rare.terminalData->BindTo(this);
     }
-    m_PostprocessedData.reset();
+    rare.postprocessedData.reset();
     return *this;
 }
 
 CNetworkModalData::~CNetworkModalData() {
-    if (m_Link)
-        m_Link->point = nullptr;
+    if (GetRare().link)
+        m_Rare->link->point = nullptr;
 }
 
 std::int32_t CNetworkModalData::ReadFromBlock(io::CBlock& block) {
@@ -68,9 +72,13 @@ std::int32_t CNetworkModalData::ReadFromBlock(io::CBlock& block) {
     const int n = GetMatrixSize();
     if ((code != 0 && code != 1) || n < 1)
         return code;
+    const auto readRare = [&](std::u16string_view name, auto Rare::*item) {
+        io::CBlock* stored = FindBlock(block, name);
+        return !stored || ReadStored(*stored, MakeRare().*item, n);
+    };
     const bool good = ReadItem(block, u"PortImpedance", m_PortImpedance, n) &&
-                      ReadItem(block, u"Gamma", m_Gamma, n) &&
-                      ReadItem(block, u"TerminalTransform", m_TerminalTransform, n);
+                      readRare(u"Gamma", &Rare::gamma) &&
+                      readRare(u"TerminalTransform", &Rare::terminalTransform);
     return good ? code : 1;
 }
 
@@ -78,8 +86,8 @@ bool CNetworkModalData::WriteToBlock(io::CBlock& block) {
     if (!CNetworkData::WriteToBlock(block))
         return false;
     WriteItem(block, u"PortImpedance", m_PortImpedance);
-    WriteItem(block, u"Gamma", m_Gamma);
-    WriteItem(block, u"TerminalTransform", m_TerminalTransform);
+    WriteItem(block, u"Gamma", GetRare().gamma);
+    WriteItem(block, u"TerminalTransform", GetRare().terminalTransform);
     return true;
 }
 
@@ -105,8 +113,8 @@ ComplexMatrix* CNetworkModalData::GetSMatrix(bool create) {
         DivideByRoots(s, *impedance);
         SolveWaveFraction(s, WaveFraction::PlusOver, s);
     }
-    if (m_TerminalData)
-        UpdateTerminalForm(s, m_TerminalData->m_SMatrix);
+    if (CNetworkTerminalData* terminal = GetRare().terminalData.get())
+        UpdateTerminalForm(s, terminal->m_SMatrix);
     return &s;
 }
 
@@ -122,8 +130,8 @@ ComplexMatrix* CNetworkModalData::GetYMatrix(bool create) {
     } else if (const ComplexMatrix* z = Usable(m_ZMatrix)) {
         InvertInto(*z, y);
     }
-    if (m_TerminalData)
-        UpdateTerminalForm(y, m_TerminalData->m_YMatrix);
+    if (CNetworkTerminalData* terminal = GetRare().terminalData.get())
+        UpdateTerminalForm(y, terminal->m_YMatrix);
     return &y;
 }
 
@@ -140,8 +148,8 @@ ComplexMatrix* CNetworkModalData::GetZMatrix(bool create) {
     } else if (const ComplexMatrix* y = Usable(m_YMatrix)) {
         InvertInto(*y, z);
     }
-    if (m_TerminalData)
-        UpdateTerminalForm(z, m_TerminalData->m_ZMatrix);
+    if (CNetworkTerminalData* terminal = GetRare().terminalData.get())
+        UpdateTerminalForm(z, terminal->m_ZMatrix);
     return &z;
 }
 
@@ -150,7 +158,7 @@ void CNetworkModalData::UpdateTerminalForm(const ComplexMatrix& computed,
     const int n = computed.Rows();
     if (!UsableItem(form, n))
         form = MakeItem(form.get(), n);
-    const ComplexMatrix* transform = Usable(m_TerminalTransform);
+    const ComplexMatrix* transform = Usable(GetRare().terminalTransform);
     if (!transform)
         return;
     WorkMatrices& work = GetWorkMatrices();
@@ -167,7 +175,7 @@ bool CNetworkModalData::SetValue(NetworkDataKind kind, const Complex& value, std
     case NetworkDataKind::PortImpedance:
         return i != j || SetElement(m_PortImpedance, n, value, i, j);
     case NetworkDataKind::Gamma:
-        return i != j || SetElement(m_Gamma, n, value, i, j);
+        return i != j || SetElement(MakeRare().gamma, n, value, i, j);
     default:
         return CNetworkData::SetValue(kind, value, i, j);
     }
@@ -180,7 +188,7 @@ Complex CNetworkModalData::GetValue(NetworkDataKind kind, std::int32_t i, std::i
     case NetworkDataKind::PortImpedance:
         return GetElement(m_PortImpedance.get(), i, j);
     case NetworkDataKind::Gamma:
-        return GetElement(m_Gamma.get(), i, j);
+        return GetElement(GetRare().gamma.get(), i, j);
     case NetworkDataKind::TerminalSMatrix:
     case NetworkDataKind::TerminalYMatrix:
     case NetworkDataKind::TerminalZMatrix:
@@ -199,7 +207,7 @@ Complex CNetworkModalData::GetValue(NetworkDataKind kind, std::int32_t i, std::i
 
 bool CNetworkModalData::SpreadPlanes(const RealVector& given, RealVector& rows) const {
     const int n = GetMatrixSize();
-    if (!UsableItem(m_Gamma, n) || !Usable(m_SMatrix))
+    if (!UsableItem(GetRare().gamma, n) || !Usable(m_SMatrix))
         return false;
     if (m_Owner && m_Owner->HasMultipleModes())
         return SpreadOverRows(*m_Owner, given, n, rows);
@@ -214,7 +222,7 @@ bool CNetworkModalData::Deembed(const RealVector& distances, bool lossless, bool
     const double k0 = kTwoPi * m_Frequency / kSpeedOfLight;
     ComplexVector factors(rows.Size());
     for (int i = 0; i < rows.Size(); ++i) {
-        const Complex& gamma = (*m_Gamma)[i];
+        const Complex& gamma = (*GetGamma())[i];
         const double d = rows[i];
         Complex exponent = gammaNormalized ? Complex(k0 * d * gamma.re, k0 * d * gamma.im)
                                            : Complex(gamma.re * d, gamma.im * d);
@@ -267,9 +275,9 @@ bool CNetworkModalData::Renormalize(const ComplexVector& impedances) {
     }
     const bool hadS = m_SMatrix != nullptr;
     Recompute(m_SMatrix, &CNetworkData::GetSMatrix);
-    const ComplexMatrix* transform = Usable(m_TerminalTransform);
-    if (m_TerminalData && transform) {
-        auto& form = m_TerminalData->m_PortImpedance;
+    const ComplexMatrix* transform = Usable(GetRare().terminalTransform);
+    if (GetRare().terminalData && transform) {
+        auto& form = m_Rare->terminalData->m_PortImpedance;
         if (!form)
             form = MakeItem(form.get(), n);
         TransformDiagonal(*transform, *m_PortImpedance, ConjugateTranspose(*transform), *form);
@@ -284,7 +292,8 @@ bool CNetworkModalData::Accept(INetworkDataVisitor& visitor) {
 }
 
 CNetworkData* CNetworkModalData::GetPostprocessedData() {
-    return m_PostprocessedData ? m_PostprocessedData.get() : this;
+    CNetworkData* data = GetRare().postprocessedData.get();
+    return data ? data : this;
 }
 
 ComplexVector* CNetworkModalData::GetPortImpedance() {
@@ -292,30 +301,31 @@ ComplexVector* CNetworkModalData::GetPortImpedance() {
 }
 
 CNetworkTerminalData* CNetworkModalData::GetTerminalData(bool create) {
-    if (m_TerminalData || !create)
-        return m_TerminalData.get();
+    if (CNetworkTerminalData* form = GetRare().terminalData.get(); form || !create)
+        return form;
     const int n = GetMatrixSize();
-    const ComplexMatrix* transform = Usable(m_TerminalTransform);
+    const ComplexMatrix* transform = Usable(GetRare().terminalTransform);
     const ComplexMatrix* s = Usable(m_SMatrix);
-    if (!transform || !s || !UsableItem(m_Gamma, n) || !UsableItem(m_PortImpedance, n))
+    if (!transform || !s || !UsableItem(GetRare().gamma, n) || !UsableItem(m_PortImpedance, n))
         return nullptr;
     const ComplexMatrix conjugate = ConjugateTranspose(*transform);
     auto form = std::make_unique<CNetworkTerminalData>(m_Owner, m_Frequency);
     form->BindTo(this);
     form->m_Gamma = MakeItem(form->m_Gamma.get(), n);
-    TransformDiagonal(*transform, *m_Gamma, conjugate, *form->m_Gamma);
+    TransformDiagonal(*transform, *GetGamma(), conjugate, *form->m_Gamma);
     form->m_PortImpedance = MakeItem(form->m_PortImpedance.get(), n);
     TransformDiagonal(*transform, *m_PortImpedance, conjugate, *form->m_PortImpedance);
     form->m_SMatrix = MakeItem(form->m_SMatrix.get(), n);
     MultiplyInto(GetWorkMatrices().product, *transform, *s);
     MultiplyInto(*form->m_SMatrix, GetWorkMatrices().product, conjugate);
     form->m_Transform = std::make_unique<ComplexMatrix>(*transform);
-    m_TerminalData = std::move(form);
-    return m_TerminalData.get();
+    m_Rare->terminalData = std::move(form);
+    return m_Rare->terminalData.get();
 }
 
 void CNetworkModalData::SetGamma(ComplexVector* gamma, bool copy) {
-    StoreItem(m_Gamma, gamma, copy);
+    if (gamma || m_Rare)
+        StoreItem(MakeRare().gamma, gamma, copy);
 }
 
 void CNetworkModalData::SetPortImpedance(ComplexVector* impedances, bool copy) {
@@ -323,7 +333,8 @@ void CNetworkModalData::SetPortImpedance(ComplexVector* impedances, bool copy) {
 }
 
 void CNetworkModalData::SetTerminalTransform(const ComplexMatrix* transform) {
-    CopyItem(m_TerminalTransform, transform);
+    if (transform || m_Rare)
+        CopyItem(MakeRare().terminalTransform, transform);
 }
 
 void CNetworkModalData::SetPortImpedanceElement(std::int32_t i, const Complex& value) {
@@ -331,13 +342,14 @@ void CNetworkModalData::SetPortImpedanceElement(std::int32_t i, const Complex& v
 }
 
 std::unique_ptr<CNetworkTerminalData> CNetworkModalData::ReleaseTerminalData() {
-    return std::move(m_TerminalData);
+    return m_Rare ? std::move(m_Rare->terminalData) : nullptr;
 }
 
 void CNetworkModalData::SetPostprocessedData(std::unique_ptr<CNetworkData> data) {
-    m_PostprocessedData = std::move(data);
+    if (data || m_Rare)
+        MakeRare().postprocessedData = std::move(data);
 }
 
 std::unique_ptr<CNetworkData> CNetworkModalData::ReleasePostprocessedData() {
-    return std::move(m_PostprocessedData);
+    return m_Rare ? std::move(m_Rare->postprocessedData) : nullptr;
 }

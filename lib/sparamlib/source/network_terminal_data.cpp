@@ -30,11 +30,12 @@ void CNetworkTerminalData::BindTo(CNetworkModalData* modal) {
         m_ModalLink = nullptr;
         return;
     }
-    if (!modal->m_Link) {
-        modal->m_Link = new ModalLink;
-        modal->m_Link->point = modal;
+    refptr<ModalLink>& link = modal->MakeRare().link;
+    if (!link) {
+        link = new ModalLink;
+        link->point = modal;
     }
-    m_ModalLink = modal->m_Link;
+    m_ModalLink = link;
 }
 
 CNetworkModalData* CNetworkTerminalData::GetModalData(bool) const {

@@ -182,9 +182,9 @@ ComplexVector* CZephModalData::GetPortImpedance() {
 }
 
 CZephTerminalData* CZephModalData::FindForm(bool create) {
-    auto* form = dynamic_cast<CZephTerminalData*>(m_PostprocessedData.get());
+    auto* form = dynamic_cast<CZephTerminalData*>(GetRare().postprocessedData.get());
     if (!form && create)
-        m_PostprocessedData.reset();
+        SetPostprocessedData(nullptr);
     return form;
 }
 
@@ -192,7 +192,7 @@ CZephTerminalData* CZephModalData::KeepForm(std::unique_ptr<CZephTerminalData> f
     if (!form->GetTMatrix() || !form->GetPMatrix())
         return nullptr;
     CZephTerminalData* kept = form.get();
-    m_PostprocessedData = std::move(form);
+    SetPostprocessedData(std::move(form));
     return kept;
 }
 
