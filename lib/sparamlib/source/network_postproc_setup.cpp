@@ -1,16 +1,14 @@
 #include <sparamlib/network_postproc_setup.h>
 
 #include "function_items.h"
+#include "named_values.h"
 #include "point_items.h"
 
 #include <sparamlib/port_table.h>
 #include <sparamlib/zeph_modal_data.h>
-#include <streamio/streamio_manip.h>
 #include <utility/assertion.h>
 
 #include <algorithm>
-
-using io::CNamed_value_manip;
 
 #define TARVOK_SETUP_ASSERT(expression)                                                                      \
     TARVOK_ASSERT_AT("lib/sparamlib/source/NetworkPostprocSetup", __LINE__, expression, #expression)
@@ -72,6 +70,23 @@ void WriteSequence(io::CBlock& block, const wchar16* name, const Sequence& seque
         for (const auto element : sequence)
             function << value(element);
     });
+}
+
+template <class Setup, class Move>
+void ForEachSwitch(Setup& setup, const Move& move) {
+    move(u"IsModal", setup.mIsModal);
+    move(u"DoRenorm", setup.mDoRenorm);
+    move(u"DoDeembed", setup.mDoDeembed);
+    move(u"UseZpiOnly", setup.mUseZpiOnly);
+    move(u"LosslessDeembed", setup.mLosslessDeembed);
+    move(u"ImpedMultiplier", setup.mImpedMultiplier);
+}
+
+template <class Setup, class Move>
+void ForEachOfDC(Setup& setup, const Move& move) {
+    move(u"ExtrapToDC", setup.mExtrapToDC);
+    move(u"DoDCSnapping", setup.mDoDCSnapping);
+    move(u"DCSnapTolerance", setup.mDCSnapTolerance);
 }
 
 const ComplexVector* ImpedancesOf(const CZephModalData& point, NetworkDataKind kind) {
@@ -138,14 +153,10 @@ bool CNetworkPostprocSetup::IsEqual(const CNetworkPostprocSetup& other) const {
 }
 
 bool CNetworkPostprocSetup::WriteToBlock(io::CBlock& block) const {
-    block << CNamed_value_manip<int>(u"NumPorts", mNumPorts);
-    block << CNamed_value_manip<int>(u"MatrixSize", mMatrixSize);
-    block << CNamed_value_manip<bool>(u"IsModal", mIsModal);
-    block << CNamed_value_manip<bool>(u"DoRenorm", mDoRenorm);
-    block << CNamed_value_manip<bool>(u"DoDeembed", mDoDeembed);
-    block << CNamed_value_manip<bool>(u"UseZpiOnly", mUseZpiOnly);
-    block << CNamed_value_manip<bool>(u"LosslessDeembed", mLosslessDeembed);
-    block << CNamed_value_manip<double>(u"ImpedMultiplier", mImpedMultiplier);
+    const NamedWriter write{block};
+    write(u"NumPorts", mNumPorts);
+    write(u"MatrixSize", mMatrixSize);
+    ForEachSwitch(*this, write);
     WriteSequence(block, u"Modes", mModes, [](std::int32_t count) { return count; });
     WriteVector(block, u"PortImpeds", mPortImpeds);
     WriteVector(block, u"DefaultImpeds", mDefaultImpeds);
@@ -164,29 +175,22 @@ bool CNetworkPostprocSetup::WriteToBlock(io::CBlock& block) const {
         }
         block.Add(pairs);
     }
-    if (mExtrapToDC) {
-        block << CNamed_value_manip<bool>(u"ExtrapToDC", mExtrapToDC);
-        block << CNamed_value_manip<bool>(u"DoDCSnapping", mDoDCSnapping);
-        block << CNamed_value_manip<double>(u"DCSnapTolerance", mDCSnapTolerance);
-    }
+    if (mExtrapToDC)
+        ForEachOfDC(*this, write);
     return isGood;
 }
 
 std::int32_t CNetworkPostprocSetup::ReadFromBlock(io::CBlock& block) {
     std::int32_t ports = mNumPorts;
     std::int32_t rows = mMatrixSize;
-    block >> CNamed_value_manip<int>(u"NumPorts", ports);
-    block >> CNamed_value_manip<int>(u"MatrixSize", rows);
+    const NamedReader read{block};
+    read(u"NumPorts", ports);
+    read(u"MatrixSize", rows);
     if (ports < 0 || ports > kMaxMatrixSize || rows < 0 || rows > kMaxMatrixSize)
         return kFailed;
     mNumPorts = ports;
     mMatrixSize = rows;
-    block >> CNamed_value_manip<bool>(u"IsModal", mIsModal);
-    block >> CNamed_value_manip<bool>(u"DoRenorm", mDoRenorm);
-    block >> CNamed_value_manip<bool>(u"DoDeembed", mDoDeembed);
-    block >> CNamed_value_manip<bool>(u"UseZpiOnly", mUseZpiOnly);
-    block >> CNamed_value_manip<bool>(u"LosslessDeembed", mLosslessDeembed);
-    block >> CNamed_value_manip<double>(u"ImpedMultiplier", mImpedMultiplier);
+    ForEachSwitch(*this, read);
     mModes.clear();
     mDoPortRenorm.clear();
     mPortCharImpeds.clear();
@@ -217,9 +221,7 @@ std::int32_t CNetworkPostprocSetup::ReadFromBlock(io::CBlock& block) {
     mExtrapToDC = false;
     mDoDCSnapping = false;
     mDCSnapTolerance = 0.0;
-    block >> CNamed_value_manip<bool>(u"ExtrapToDC", mExtrapToDC);
-    block >> CNamed_value_manip<bool>(u"DoDCSnapping", mDoDCSnapping);
-    block >> CNamed_value_manip<double>(u"DCSnapTolerance", mDCSnapTolerance);
+    ForEachOfDC(*this, read);
     return block.HasErrors(false) ? kFailed : 0;
 }
 

@@ -1,12 +1,12 @@
 #include <sparamlib/zeph_interpolator.h>
 
+#include "named_values.h"
+
 #include <sparamlib/zeph_modal_data.h>
-#include <streamio/streamio_manip.h>
 #include <utility/assertion.h>
 
 #include <algorithm>
-
-using io::CNamed_value_manip;
+#include <tuple>
 
 #define TARVOK_ZEPH_ASSERT(expression, text)                                                                 \
     TARVOK_ASSERT_AT("lib/sparamlib/source/ZephInterpolator", __LINE__, expression, text)
@@ -30,6 +30,20 @@ constexpr VectorQuantity kVectorQuantities[] = {
     {kGamma, kGammaKind, [](const CZephModalData& point) { return point.GetGamma(); },
      &CZephModalData::SetGamma},
 };
+
+// What is stored and copied, under these keys.
+constexpr const wchar16* kKeys[] = {u"ErrorTolerance", u"MaxBasisSize", u"BasisSize",    u"LowSampleFreq",
+                                    u"HighSampleFreq", u"NumSamples",   u"LastBasisFreq"};
+template <class Interpolator>
+auto SettingsOf(Interpolator& of) {
+    return std::tie(of.m_ErrorTolerance, of.m_MaxBasisSize, of.m_BasisSize, of.m_LowSampleFreq,
+                    of.m_HighSampleFreq, of.m_NumSamples, of.m_LastBasisFreq);
+}
+template <class Interpolator, class Move>
+void ForEachSetting(Interpolator& of, const Move& move) {
+    const wchar16* const* key = kKeys;
+    std::apply([&](auto&... setting) { (move(*key++, setting), ...); }, SettingsOf(of));
+}
 
 // A matrix for the point to take over.
 ComplexMatrix* CopyOfMatrix(const Complex* elements, int n) {
@@ -56,37 +70,19 @@ CZephInterpolator::CZephInterpolator(const CZephInterpolator& other) : m_MatSize
 CZephInterpolator& CZephInterpolator::operator=(const CZephInterpolator& other) {
     if (this == &other)
         return *this;
-    m_ErrorTolerance = other.m_ErrorTolerance;
-    m_MaxBasisSize = other.m_MaxBasisSize;
-    m_BasisSize = other.m_BasisSize;
-    m_LowSampleFreq = other.m_LowSampleFreq;
-    m_HighSampleFreq = other.m_HighSampleFreq;
-    m_NumSamples = other.m_NumSamples;
-    m_LastBasisFreq = other.m_LastBasisFreq;
+    SettingsOf(*this) = SettingsOf(other);
     m_MatSize = other.m_MatSize;
     m_Interpolator.reset();
     return *this;
 }
 
 std::int32_t CZephInterpolator::ReadFromBlock(io::CBlock& block) {
-    block >> CNamed_value_manip<double>(u"ErrorTolerance", m_ErrorTolerance);
-    block >> CNamed_value_manip<int>(u"MaxBasisSize", m_MaxBasisSize);
-    block >> CNamed_value_manip<int>(u"BasisSize", m_BasisSize);
-    block >> CNamed_value_manip<double>(u"LowSampleFreq", m_LowSampleFreq);
-    block >> CNamed_value_manip<double>(u"HighSampleFreq", m_HighSampleFreq);
-    block >> CNamed_value_manip<int>(u"NumSamples", m_NumSamples);
-    block >> CNamed_value_manip<double>(u"LastBasisFreq", m_LastBasisFreq);
+    ForEachSetting(*this, NamedReader{block});
     return 0;
 }
 
 bool CZephInterpolator::WriteToBlock(io::CBlock& block) const {
-    block << CNamed_value_manip<double>(u"ErrorTolerance", m_ErrorTolerance);
-    block << CNamed_value_manip<int>(u"MaxBasisSize", m_MaxBasisSize);
-    block << CNamed_value_manip<int>(u"BasisSize", m_BasisSize);
-    block << CNamed_value_manip<double>(u"LowSampleFreq", m_LowSampleFreq);
-    block << CNamed_value_manip<double>(u"HighSampleFreq", m_HighSampleFreq);
-    block << CNamed_value_manip<int>(u"NumSamples", m_NumSamples);
-    block << CNamed_value_manip<double>(u"LastBasisFreq", m_LastBasisFreq);
+    ForEachSetting(*this, NamedWriter{block});
     return true;
 }
 
