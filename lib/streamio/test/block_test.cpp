@@ -216,6 +216,11 @@ TEST(Block, OfPairsOfNumbersIsOneOfFunctions) {
              Case{"pairs of another name",
                   [&](CBlock& b) { b.AddPairs(CToken(TokenType::SingleQuotedText, u"d"), numbers, 2); }},
              Case{"an item", [](CBlock& b) { b << CBlock_named_value(AString(u"x")); }},
+             Case{"an item for which there is room",
+                  [](CBlock& b) {
+                      b.Reserve(8);
+                      b << CBlock_named_value(AString(u"x"));
+                  }},
              Case{"pairs behind a lookup",
                   [&](CBlock& b) {
                       EXPECT_NE(b.Find(u"C"), b.NamesEnd());
