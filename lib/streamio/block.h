@@ -63,7 +63,12 @@ public:
 
     // A null pointer is ignored.
     void Add(const CBlockItemPtr& item) { Add(CBlockItemPtr(item)); }
-    void Add(CBlockItemPtr&& item);
+    void Add(CBlockItemPtr&& item) {
+        if (item && !mNameIndex && mPairs.empty() && mItems.size() < mItems.capacity()) [[likely]]
+            mItems.push_back(std::move(item));
+        else
+            AddAnew(std::move(item));
+    }
     void Reserve(std::size_t count) { mItems.reserve(count); }
     // Appends `count` functions of that name, each with the next two of the values: a row of complex numbers.
     void AddPairs(const CToken& name, const double* values, std::size_t count);
@@ -116,6 +121,7 @@ private:
     friend class CTreeReader;
     friend class CTreeTeardown;
 
+    void AddAnew(CBlockItemPtr&& item);
     NameIndex& Names();
     void CopyItems(const CBlock& other);
     CBlock_item* FindItem(const CToken& name);

@@ -217,6 +217,8 @@ protected:
     bool TakeContent(CBlock_item& other) override;
     const CToken* GetFirstToken() const override { return &mValue; }
 
+    friend class CTreeReader;
+
     CToken mValue;
 };
 
@@ -224,6 +226,7 @@ class CBlock_named_value : public CBlock_value {
 public:
     CBlock_named_value() : mName(TokenType::SingleQuotedText) {}
     explicit CBlock_named_value(const AString& name) : mName(TokenType::SingleQuotedText, name) {}
+    explicit CBlock_named_value(CToken name) : mName(std::move(name)) {}
     CBlock_named_value(const AString& name, CToken value)
         : CBlock_value(std::move(value)), mName(TokenType::SingleQuotedText, name) {}
     CBlock_named_value(CToken name, CToken value) : CBlock_value(std::move(value)), mName(std::move(name)) {}
@@ -251,7 +254,7 @@ public:
 
     CBlock_func() : CBlock_func(CToken(TokenType::SingleQuotedText)) {}
     explicit CBlock_func(const AString& name) : CBlock_func(CToken(TokenType::SingleQuotedText, name)) {}
-    explicit CBlock_func(CToken name) : mName(std::move(name)) { mShape = Shape::Func; }
+    explicit CBlock_func(CToken name) : mName(std::move(name)), mArgs() { mShape = Shape::Func; }
     CBlock_func(const CBlock_func& other);
     CBlock_func& operator=(const CBlock_func& other);
     ~CBlock_func() override;
@@ -315,7 +318,7 @@ public:
     Args::const_iterator begin() const { return Items().begin(); }
     Args::const_iterator end() const { return Items().end(); }
     const CBlockFuncArgPtr& operator[](std::size_t index) const { return Items()[index]; }
-    // The values themselves while there are one or two that were added as plain ones and that nobody has asked for as
+    // The values themselves while there are one to three that were added as plain ones and that nobody has asked for as
     // items: then they take no items. Null if not; `GetSize` says how many.
     const CToken* GetPlainValues() const { return mPlainCount > 0 ? mPlain : nullptr; }
 
@@ -326,7 +329,7 @@ private:
     friend class CTreeReader;
     friend class CTreeTeardown;
 
-    static constexpr std::size_t kMostPlain = 2; // a complex number's
+    static constexpr std::size_t kMostPlain = 3; // a complex number's, or an impedance's with its kind
 
     Args& Items() const {
         if (mPlainCount > 0)
@@ -334,14 +337,17 @@ private:
         return mArgs;
     }
     void MakeItems() const;
+    void ReleasePlain() const;
     const CBlock_func_arg* GetInnermostFirst() const;
     const CBlock_func_arg* NextPlain();
     void Step(bool good);
 
     CToken mName;
-    // The arguments, held in one of two ways.
-    mutable Args mArgs;
-    mutable CToken mPlain[kMostPlain];
+    // The arguments: the first so many of the plain values, or with none of them the items.
+    union {
+        mutable Args mArgs;
+        mutable CToken mPlain[kMostPlain];
+    };
     std::uint32_t mCursor = 0;
     mutable std::uint8_t mPlainCount = 0;
     bool mGood = true;

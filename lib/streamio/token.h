@@ -3,8 +3,8 @@
 // A token is a kind and, by its kind, a number or a text. A number is always held as a double; the kinds
 // Short to Hex only say how it was written and how it will be written again, so integers above 2^53 lose
 // digits. A number that was read may keep the text it was read from ("source text"). Tokens are 16 bytes and
-// cheap to copy: texts of up to 3 characters stand in the token, longer ones are shared by a plain count, and
-// the source text of an ordinarily spelled number costs nothing beyond the token. A token and its copies stay
+// cheap to copy: texts of up to 3 characters, and of up to 15 in ASCII, stand in the token, longer ones are shared
+// by a plain count, and the source text of an ordinarily spelled number costs nothing beyond the token. A token and its copies stay
 // on one thread at a time.
 #pragma once
 
@@ -12,6 +12,7 @@
 #include <stringutils/astring.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <string_view>
 #include <utility>
@@ -64,8 +65,9 @@ const char* GetTokenTypeName(TokenType kind);
 class CToken {
 public:
     // Room in which a text that isn't stored as characters is spelled out.
+    static constexpr std::size_t kMostSpelled = 48;
     struct Scratch {
-        wchar16 units[48];
+        wchar16 units[kMostSpelled];
     };
 
     CToken() : CToken(TokenType::Null) {}
@@ -78,7 +80,7 @@ public:
         else if (text.size() <= kInlineLength && text.find(u'\0') == text.npos)
             std::copy(text.begin(), text.end(), m_Inline);
         else
-            MakeShared(text);
+            HoldText(text);
     }
     CToken(TokenType kind, const std::u16string& text) : CToken(kind, std::u16string_view(text)) {}
     CToken(TokenType kind, const wchar16* text) : CToken(kind, std::u16string_view(text)) {}
@@ -121,12 +123,18 @@ public:
 
     // The text of a text kind, the source text of the others, or empty. The view lives as long as the token
     // stays unchanged and the scratch lives.
-    std::u16string_view GetText(Scratch& scratch) const {
-        return IsShared() ? SharedText() : GetSpelledText(scratch);
+    std::u16string_view GetText(Scratch& scratch) const { return GetText(scratch.units); }
+    // Likewise with room for kMostSpelled characters.
+    std::u16string_view GetText(wchar16* room) const {
+        return IsShared() ? SharedText() : GetSpelledText(room);
     }
     void GetText(AString& out) const;
     AString GetText() const;
     bool HasText() const;
+    // Of a text kind's text in ASCII that stands in the token and takes more than 3 characters; 0 of all others.
+    std::size_t GetPackedLength() const {
+        return (m_Head & kTextMask) == kPackedText && IsText() ? PackedLength() : 0;
+    }
 
     // Replaces the text, or of a number the source text, which the caller knows to spell the number's value.
     void SetText(std::u16string_view text);
@@ -135,7 +143,11 @@ public:
     // The character of a Symbol or of any inline text of one character, else 0.
     wchar16 GetSymbol() const { return (m_Head & ~kKindMask) == 0 && m_Inline[1] == 0 ? m_Inline[0] : 0; }
     // The first character of a text kind's text, 0 of an empty one.
-    wchar16 GetFirstUnit() const { return IsShared() ? *Shared() : m_Inline[0]; }
+    wchar16 GetFirstUnit() const {
+        return IsShared()                  ? *Shared()
+               : (m_Head & kTextMask) == 0 ? m_Inline[0]
+                                           : static_cast<wchar16>(m_Head >> 8 & 255);
+    }
     bool IsSymbol(wchar16 c) const {
         return m_Head == static_cast<std::uint64_t>(TokenType::Symbol) && m_Inline[0] == c &&
                m_Inline[1] == 0;
@@ -168,13 +180,18 @@ public:
 
 private:
     // The head: 5 bits of kind, 2 bits that say how the text is held, 57 bits by that: a pointer to the
-    // shared characters, a number's digits, or which letters of a boolean are capitals.
+    // shared characters, a number's digits, which letters of a boolean are capitals, or in all but the lowest bit
+    // the first of a text's packed characters. Each text is held in the first of the ways that can hold it, so
+    // that equal short texts are equal bits.
     static constexpr std::size_t kInlineLength = 3;
+    static constexpr std::size_t kPackedLength =
+        15; // a byte each: the head's upper seven, then the other word's
     static constexpr std::uint64_t kKindMask = 31;
     static constexpr std::uint64_t kTextMask = 3 << 5;
     static constexpr std::uint64_t kSharedText = 1 << 5;
     static constexpr std::uint64_t kPlainSpelling = 2 << 5;
     static constexpr std::uint64_t kExponentSpelling = 3 << 5;
+    static constexpr std::uint64_t kPackedText = 2 << 5; // of text kinds, which have no spelling
     static constexpr unsigned kPayloadShift = 7;
     static constexpr std::uint64_t kMaxSpelledDigits = (std::uint64_t{1} << 57) - 1;
 
@@ -194,7 +211,14 @@ private:
     }
     TextHeader& Header() const { return *(reinterpret_cast<TextHeader*>(Shared()) - 1); }
     std::u16string_view SharedText() const { return {Shared(), Header().length}; }
-    std::u16string_view GetSpelledText(Scratch& scratch) const;
+    std::size_t PackedLength() const {
+        const auto bytes = [](std::uint64_t word) {
+            return static_cast<std::size_t>(std::bit_width(word) + 7) / 8;
+        };
+        return m_Bits != 0 ? 7 + bytes(m_Bits) : bytes(m_Head) - 1;
+    }
+    std::u16string_view GetSpelledText(wchar16* room) const;
+    void HoldText(std::u16string_view text);
     void MakeShared(std::u16string_view text);
     void Share() {
         if (TextHeader& header = Header(); header.shares < kMostShares)

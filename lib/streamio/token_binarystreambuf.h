@@ -48,6 +48,15 @@ public:
     wchar16 SetFill(wchar16 fill) override { return std::exchange(m_Fill, fill); }
     void ReadToken() override;
     void Write(unsigned short value, long flags) override;
+    bool WriteValue(const CToken& value, long flags, ItemPlace place) override;
+    bool WriteNamedValue(const CToken& name, const CToken& value, long flags, ItemPlace place) override;
+    bool WriteVec(const CToken& name, const CToken* elements, std::size_t count, long flags,
+                  ItemPlace place) override;
+    bool WriteFunc(const CToken& name, const CToken* values, std::size_t count, long flags,
+                   ItemPlace place) override;
+    bool WriteFuncBegin(const CToken& name, long flags, ItemPlace place) override;
+    bool WriteFuncEnd(long flags, ItemPlace place) override;
+    bool WriteBlockEdge(std::u16string_view keyword, std::u16string_view name) override;
     void WriteElements(const CToken* elements, std::size_t count, long flags) override;
     void ReadNumbers(CTokenArray& out) override;
     void WriteDoubles(const double* values, std::size_t count, long flags) override;
@@ -63,6 +72,8 @@ public:
     void PassStart();
 
 private:
+    wchar16* BeginItem();
+    void EndItem(wchar16* end, TokenType last, ItemPlace place);
     void PutTag(TokenType kind);
     void PutText(TokenType kind, std::u16string_view text);
     void PutNumber(const wchar16* units, const wchar16* end);

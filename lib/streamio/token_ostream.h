@@ -86,6 +86,8 @@ public:
     void WriteDoubles(const double* values, std::size_t count) override;
 
     CToken_streambuf* GetBuffer() const { return m_Buffer.get(); }
+    // Of SetFixed and SetScientific.
+    long GetFormatFlags() const { return m_FormatFlags; }
 
 protected:
     // For a stream in memory.
@@ -100,7 +102,7 @@ private:
     void Start(std::uint32_t flags);
     void BeginBlock(std::u16string_view name);
     void EndBlock(const std::u16string_view* name); // null: no name
-    void WriteName(std::u16string_view name);
+    void WriteEdge(std::u16string_view keyword, const std::u16string_view* name);
     void WriteBaseIndex(bool final);
 
     COutStream* m_Stream = nullptr; // null in memory

@@ -38,6 +38,9 @@ enum BufferMode : int {
     kBinaryMemoryMode = 4 // binary in memory
 };
 
+// Where an item stands: it is a line, or an argument of a function.
+enum class ItemPlace { Line, FirstArg, LaterArg };
+
 class CToken_streambuf {
 public:
     using CharBuf = std::basic_streambuf<wchar16>;
@@ -90,6 +93,19 @@ public:
     virtual void RestoreState(const CAbstract_stream_pos& pos);
     virtual void ReadToken() = 0;
     virtual void Write(unsigned short value, long flags) = 0;
+
+    // Whole items in their usual form, or as much of a function as is named. False, and nothing is written, where the
+    // state of the stream or the item wants more care.
+    virtual bool WriteValue(const CToken& value, long flags, ItemPlace place) = 0;
+    virtual bool WriteNamedValue(const CToken& name, const CToken& value, long flags, ItemPlace place) = 0;
+    virtual bool WriteVec(const CToken& name, const CToken* elements, std::size_t count, long flags,
+                          ItemPlace place) = 0;
+    virtual bool WriteFunc(const CToken& name, const CToken* values, std::size_t count, long flags,
+                           ItemPlace place) = 0;
+    virtual bool WriteFuncBegin(const CToken& name, long flags, ItemPlace place) = 0;
+    virtual bool WriteFuncEnd(long flags, ItemPlace place) = 0;
+    // Likewise the line with which a block begins or ends.
+    virtual bool WriteBlockEdge(std::u16string_view keyword, std::u16string_view name) = 0;
 
     // Writes the elements of a vector, in the text form with a comma and a blank between them.
     virtual void WriteElements(const CToken* elements, std::size_t count, long flags);

@@ -53,6 +53,15 @@ public:
     void RestoreState(const CAbstract_stream_pos& pos) override;
     void ReadToken() override;
     void Write(unsigned short value, long flags) override;
+    bool WriteValue(const CToken& value, long flags, ItemPlace place) override;
+    bool WriteNamedValue(const CToken& name, const CToken& value, long flags, ItemPlace place) override;
+    bool WriteVec(const CToken& name, const CToken* elements, std::size_t count, long flags,
+                  ItemPlace place) override;
+    bool WriteFunc(const CToken& name, const CToken* values, std::size_t count, long flags,
+                   ItemPlace place) override;
+    bool WriteFuncBegin(const CToken& name, long flags, ItemPlace place) override;
+    bool WriteFuncEnd(long flags, ItemPlace place) override;
+    bool WriteBlockEdge(std::u16string_view keyword, std::u16string_view name) override;
     void WriteElements(const CToken* elements, std::size_t count, long flags) override;
     void ReadNumbers(CTokenArray& out) override;
 
@@ -78,6 +87,12 @@ private:
     void FinishNumber(TokenType kind);
     void BackAndFinish(int count, TokenType kind);
 
+    // Writing whole items, in source/item_write.cpp.
+    bool IsUsual(long flags) const;
+    wchar16* BeginItem(long flags, ItemPlace place);
+    void EndItem(wchar16* end, TokenType last, ItemPlace place);
+    wchar16* SpellValue(wchar16* out, const CToken& value) const;
+
     // Writing, in source/text_write.cpp.
     void Separate(TokenType kind, wchar16 first);
     void SeparateFrom(TokenType last, TokenType kind, wchar16 first);
@@ -86,6 +101,7 @@ private:
     void PutToken(TokenType kind, std::u16string_view text);
     void PutQuoted(std::u16string_view text, wchar16 quote);
     void PutNumber(TokenType kind, std::u16string_view text);
+    int GetGeneralPrecision() const;
     void PutInteger(TokenType kind, std::int64_t value, int bits);
     void PutCData(const CToken& token);
     bool HasFlag(wchar16 ch, std::uint32_t flag) const { return (m_Grammar->GetFlags(ch) & flag) != 0; }

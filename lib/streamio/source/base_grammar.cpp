@@ -1,3 +1,4 @@
+#include "name_compare.h"
 #include "scan_tables.h"
 
 #include <streamio/delimiter_grammar_default.h>
@@ -242,6 +243,18 @@ bool HasUsualNumbers(const ScanTables& tables) {
     return true;
 }
 
+// Whether words and quoted texts go on over the usual characters.
+bool HasUsualRuns(const ScanTables& tables) {
+    for (int ch = ' '; ch <= '~'; ++ch) {
+        const bool alphanumeric = IsAlphanumeric(static_cast<wchar16>(ch));
+        const bool marked = ch == '\'' || ch == '"' || ch == '\\';
+        if ((alphanumeric && tables.next[5][ch] != 5) ||
+            (!marked && (tables.next[13][ch] != 13 || tables.next[14][ch] != 14)))
+            return false;
+    }
+    return true;
+}
+
 } // namespace
 
 CBase_grammar::CBase_grammar()
@@ -359,9 +372,14 @@ const ScanTables& CBase_grammar::MakeScanTables() const {
     tables->delimiterShape = hasShape(WriteDelimiterTables);
     tables->usualNumbers = (tables->tokenShape || tables->delimiterShape) && HasUsualNumbers(*tables);
     const bool cdata = tables->tokenShape ? m_CDataBeginWord.find(u'$') == 0 : m_CDataBeginWord.empty();
-    tables->usualItems = tables->usualNumbers && tables->next[0]['$'] == 5 && cdata;
+    tables->usualItems = tables->usualNumbers && tables->next[0]['$'] == 5 && cdata && HasUsualRuns(*tables);
     for (const char symbol : std::string_view(tables->tokenShape ? "=(),[]:" : "=(),"))
         tables->usualItems = tables->usualItems && tables->next[0][static_cast<int>(symbol)] == 3;
+    tables->usualSeparators = tables->tokenShape && tables->usualItems && tables->next[0][' '] == 2 &&
+                              m_Types[tables->next[5][0]] == TokenType::Keyword;
+    for (const char symbol : std::string_view("=(),[]: "))
+        tables->usualSeparators =
+            tables->usualSeparators && (GetFlags(symbol) & (kPointFlag | kSignFlag | kIdentFlag)) == 0;
     tables->usualKeywords = tables->tokenShape && tables->next[0]['$'] == 5;
     for (const char letter : {'b', 'e', 'g', 'i', 'n', 'd'})
         tables->usualKeywords = tables->usualKeywords && tables->next[5][static_cast<int>(letter)] == 5;

@@ -1,15 +1,13 @@
 // Numbers of the binary form: a tag that tells class and length, and bytes, the lowest first, each in a 16-bit unit.
 #pragma once
 
+#include "plain_text.h"
+
 #include <streamio/binary_utils.h>
 #include <streamio/token.h>
 
 #include <bit>
 #include <cstdint>
-
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 
 namespace io {
 
@@ -29,31 +27,6 @@ constexpr TokenType SignedKind(int length) {
 }
 constexpr TokenType DoubleKind(int length) {
     return length <= 4 ? TokenType::Float : TokenType::Double;
-}
-
-// The bytes of `value`, lowest first, as units.
-inline void SpreadBytes(wchar16* out, std::uint64_t value) {
-#if defined(__SSE2__)
-    const __m128i bytes = _mm_cvtsi64_si128(static_cast<long long>(value));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
-#else
-    for (int i = 0; i < 8; ++i)
-        out[i] = static_cast<wchar16>(value >> (8 * i) & 255);
-#endif
-}
-
-// Eight units as bytes, each cut to its low byte.
-inline std::uint64_t GatherBytes(const wchar16* units) {
-#if defined(__SSE2__)
-    const __m128i low =
-        _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(units)), _mm_set1_epi16(255));
-    return static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_packus_epi16(low, low)));
-#else
-    std::uint64_t value = 0;
-    for (int i = 0; i < 8; ++i)
-        value |= static_cast<std::uint64_t>(units[i] & 255) << (8 * i);
-    return value;
-#endif
 }
 
 // Tag and trimmed bytes; `out` has room for 9 units.

@@ -111,15 +111,16 @@ bool CBlock::TakeContent(CBlock_item& other) {
     return true;
 }
 
-void CBlock::Add(CBlockItemPtr&& item) {
+// An item for which there is no room yet, or that the index is to know.
+void CBlock::AddAnew(CBlockItemPtr&& item) {
     if (!item)
         return;
     if (mNameIndex && item->IsNamed())
         mNameIndex->emplace(item->GetNameToken(), item);
     constexpr std::size_t kFirstRoom = 4;
     Items& items = AllItems();
-    if (items.capacity() == 0)
-        items.reserve(kFirstRoom);
+    if (items.size() == items.capacity())
+        items.reserve(std::max(kFirstRoom, 2 * items.size()));
     items.push_back(std::move(item));
 }
 

@@ -11,6 +11,7 @@
 
 #include <cstring>
 #include <limits>
+#include <memory>
 
 namespace io {
 
@@ -281,20 +282,31 @@ CBlock_func& CBlock_func::operator=(const CBlock_func& other) {
 
 CBlock_func::~CBlock_func() {
     Clear();
+    std::destroy_at(&mArgs);
 }
 
 void CBlock_func::Clear() {
-    if (!mArgs.empty())
+    if (mPlainCount > 0)
+        ReleasePlain();
+    else if (!mArgs.empty())
         CTreeTeardown::Release(std::move(mArgs));
-    mPlainCount = 0;
     mCursor = 0;
 }
 
+// Leaves no items.
+void CBlock_func::ReleasePlain() const {
+    std::destroy_n(mPlain, std::exchange(mPlainCount, std::uint8_t{0}));
+    std::construct_at(&mArgs);
+}
+
 void CBlock_func::MakeItems() const {
-    const std::size_t count = std::exchange(mPlainCount, std::uint8_t{0});
+    CToken values[kMostPlain];
+    const std::size_t count = mPlainCount;
+    std::move(mPlain, mPlain + count, values);
+    ReleasePlain();
     mArgs.reserve(2 * kMostPlain); // more will come: that is why most are made
     for (std::size_t i = 0; i < count; ++i)
-        mArgs.emplace_back(new CBlock_value(std::move(mPlain[i])));
+        mArgs.emplace_back(new CBlock_value(std::move(values[i])));
 }
 
 void CBlock_func::Read(CAbstract_istream& s) {
@@ -393,9 +405,11 @@ void CBlock_func::Add(CBlockFuncArgPtr&& arg) {
 }
 
 void CBlock_func::AddValue(CToken value) {
-    if (!mArgs.empty() || mPlainCount == kMostPlain)
+    if (mPlainCount == kMostPlain || (mPlainCount == 0 && mArgs.capacity() > 0))
         return Add(CBlockFuncArgPtr(new CBlock_value(std::move(value))));
-    mPlain[mPlainCount++] = std::move(value);
+    if (mPlainCount == 0)
+        std::destroy_at(&mArgs);
+    std::construct_at(&mPlain[mPlainCount++], std::move(value));
     mCursor = 0;
     mGood = true;
 }

@@ -45,51 +45,44 @@ void CTextRoad::PassRun(int state) {
     m_Place.at = at;
 }
 
+void CTextRoad::PassWord() {
+    m_Place.at = PassAlphanumerics(m_Place.at, m_End);
+    PassRun(kWord);
+}
+
 void CTextRoad::PassSpace() {
-    while (m_Place.at < m_End) {
-        switch (State(0)) {
-        case kBlank:
-            PassRun(kBlank);
-            break;
-        case kComment:
-            ++m_Place.at;
-            PassRun(kComment);
-            break;
-        case kCarriageReturn:
-            if (m_End - m_Place.at > 1 && m_Tables.Next(kCarriageReturn, m_Place.at[1]) == kLineEnd)
-                ++m_Place.at;
-            [[fallthrough]];
-        case kLineEnd:
-            ++m_Place.at;
-            ++m_Place.line;
-            m_Place.atLineStart = true;
-            break;
-        default:
-            return;
+    RoadPlace place = m_Place;
+    for (; place.at < m_End; ++place.at) {
+        const int state = m_Tables.Next(0, *place.at);
+        if (state == kBlank)
+            continue;
+        if (state == kComment) {
+            while (m_End - place.at > 1 && m_Tables.Next(kComment, place.at[1]) == kComment)
+                ++place.at;
+            continue;
         }
+        if (state != kLineEnd && state != kCarriageReturn)
+            break;
+        if (state == kCarriageReturn && m_End - place.at > 1 &&
+            m_Tables.Next(kCarriageReturn, place.at[1]) == kLineEnd)
+            ++place.at;
+        ++place.line;
+        place.atLineStart = true;
     }
+    m_Place = place;
 }
 
 BlockEdge CTextRoad::TakeEdge() {
     if (m_Place.at == m_End || *m_Place.at != u'$')
         return BlockEdge::None;
     const wchar16* const first = m_Place.at++;
-    PassRun(kWord);
+    PassWord();
     return m_Keywords.EdgeOf(From(first));
 }
 
-bool CTextRoad::TakeWord(CToken& out, CWordCache& words) {
-    std::size_t length = 0;
-    if (const CToken* known = words.Find(m_Place.at, m_End, length)) {
-        const wchar16* const behind = m_Place.at + length;
-        if (behind < m_End && m_Tables.Next(kWord, *behind) != kWord) {
-            m_Place.at = behind;
-            out = *known;
-            return true;
-        }
-    }
+bool CTextRoad::TakeWord(CToken& out) {
     const wchar16* const first = m_Place.at++;
-    PassRun(kWord);
+    PassWord();
     const std::u16string_view word = From(first);
     if (*first == u'$') // a keyword of blocks, or CData
         return false;
@@ -100,7 +93,7 @@ bool CTextRoad::TakeWord(CToken& out, CWordCache& words) {
         const TokenType kind = isTrue ? TokenType::True : TokenType::False;
         out = m_KeepSource ? CToken(kind, word) : CToken(kind);
     } else {
-        out = words.Add(word);
+        out = CToken(TokenType::Keyword, word);
     }
     return true;
 }
@@ -113,6 +106,7 @@ bool CTextRoad::TakeQuoted(CToken& out, int state) {
         return false;
     int next = State(state);
     if (next == inside) {
+        m_Place.at = PassPrintables(m_Place.at, m_End);
         PassRun(inside);
         next = m_Place.at < m_End ? State(inside) : 0;
     }
@@ -124,7 +118,7 @@ bool CTextRoad::TakeQuoted(CToken& out, int state) {
     return true;
 }
 
-bool CTextRoad::TakeElement(CToken& out, CWordCache& words) {
+bool CTextRoad::TakeElement(CToken& out) {
     PassBlanks();
     if (m_Place.at == m_End)
         return false;
@@ -135,7 +129,7 @@ bool CTextRoad::TakeElement(CToken& out, CWordCache& words) {
             return false;
         m_Place.at = behind;
     } else if (state == kWord) {
-        if (!TakeWord(out, words))
+        if (!TakeWord(out))
             return false;
     } else if (state != kSingleQuote && state != kDoubleQuote) {
         return false;
@@ -146,14 +140,14 @@ bool CTextRoad::TakeElement(CToken& out, CWordCache& words) {
     return true;
 }
 
-bool CTextRoad::TakeSame(const CToken& token, CWordCache& words) {
+bool CTextRoad::TakeSame(const CToken& token) {
     CToken other;
-    return TakeElement(other, words) && other == token;
+    return TakeElement(other) && other == token;
 }
 
-bool CTextRoad::TakeElements(CTokenArray& elements, CWordCache& words) {
+bool CTextRoad::TakeElements(CTokenArray& elements) {
     CToken count;
-    if (!TakeElement(count, words) || !count.IsNumber() || !TakeSymbol(u':'))
+    if (!TakeElement(count) || !count.IsNumber() || !TakeSymbol(u':'))
         return false;
     const double size = count.GetDouble();
     if (!(size >= 0 && size <= kMostElements))
@@ -171,7 +165,7 @@ bool CTextRoad::TakeElements(CTokenArray& elements, CWordCache& words) {
                                     : nullptr;
         if (behind)
             m_Place.at = behind;
-        else if (!TakeElement(element, words))
+        else if (!TakeElement(element))
             return false;
     } while (TakeSymbol(u','));
     return TakeSymbol(u']');
@@ -203,26 +197,15 @@ BlockEdge CBinaryRoad::TakeEdge() {
     return TakePlainText(word) ? m_Keywords.EdgeOf(word) : BlockEdge::Unusual;
 }
 
-bool CBinaryRoad::TakeWord(CToken& out, CWordCache& words) {
-    const std::ptrdiff_t left = m_End - m_Place.at - 2;
-    if (left > 0 && m_Place.at[1] <= left) {
-        std::size_t length = 0;
-        const wchar16* const word = m_Place.at + 2;
-        const CToken* known = words.Find(word, word + m_Place.at[1], length);
-        if (known && length == m_Place.at[1]) {
-            m_Place.at += 2 + length;
-            out = *known;
-            return true;
-        }
-    }
+bool CBinaryRoad::TakeWord(CToken& out) {
     std::u16string_view text;
     if (!TakePlainText(text) || text.empty() || text.front() == u'$')
         return false;
-    out = words.Add(text);
+    out = CToken(TokenType::Keyword, text);
     return true;
 }
 
-bool CBinaryRoad::TakeElement(CToken& out, CWordCache& words) {
+bool CBinaryRoad::TakeElement(CToken& out) {
     if (m_Place.at == m_End)
         return false;
     const wchar16 tag = *m_Place.at;
@@ -235,7 +218,7 @@ bool CBinaryRoad::TakeElement(CToken& out, CWordCache& words) {
         ++m_Place.at;
         return true;
     case Tag(TokenType::Keyword):
-        return TakeWord(out, words);
+        return TakeWord(out);
     case Tag(TokenType::SingleQuotedText):
     case Tag(TokenType::DoubleQuotedText):
         if (!TakePlainText(text))
@@ -252,14 +235,14 @@ bool CBinaryRoad::TakeElement(CToken& out, CWordCache& words) {
     }
 }
 
-bool CBinaryRoad::TakeSame(const CToken& token, CWordCache& words) {
+bool CBinaryRoad::TakeSame(const CToken& token) {
     CToken other;
-    return TakeElement(other, words) && other == token;
+    return TakeElement(other) && other == token;
 }
 
-bool CBinaryRoad::TakeElements(CTokenArray& elements, CWordCache& words) {
+bool CBinaryRoad::TakeElements(CTokenArray& elements) {
     CToken count;
-    if (!TakeElement(count, words) || !count.IsNumber() || !TakeSymbol(u':'))
+    if (!TakeElement(count) || !count.IsNumber() || !TakeSymbol(u':'))
         return false;
     const double size = count.GetDouble();
     if (!(size >= 0 && size <= kMostElements))
@@ -270,7 +253,7 @@ bool CBinaryRoad::TakeElements(CTokenArray& elements, CWordCache& words) {
         m_Place.at = TakeDoubles(m_Place.at, m_End, elements);
         if (TakeSymbol(u']'))
             return true;
-        if (!TakeElement(elements.emplace_back(), words))
+        if (!TakeElement(elements.emplace_back()))
             return false;
         TakeSeparator();
     }

@@ -3,11 +3,11 @@
 // begins. One class for each form of the text, with the same operations; each operation that is false may have moved.
 #pragma once
 
+#include "plain_text.h"
 #include "scan_tables.h"
 
 #include <streamio/token.h>
 
-#include <cstring>
 #include <string_view>
 
 namespace io {
@@ -27,53 +27,10 @@ struct BlockKeywords {
     std::u16string_view end;
 
     BlockEdge EdgeOf(std::u16string_view word) const {
-        return word == begin ? BlockEdge::Begin : word == end ? BlockEdge::End : BlockEdge::Unusual;
+        return SameUnits(word, begin) ? BlockEdge::Begin
+               : SameUnits(word, end) ? BlockEdge::End
+                                      : BlockEdge::Unusual;
     }
-};
-
-// Words that come again and again in a text share their characters, from the second time on. The text stays in place
-// as long as the cache is used.
-class CWordCache {
-public:
-    // The word of the cache that `text` begins with, or null; `length` is how long it is.
-    const CToken* Find(const wchar16* text, const wchar16* end, std::size_t& length) {
-        Slot* slot = SlotOf(text, end);
-        if (!slot || slot->text.empty() || static_cast<std::size_t>(end - text) < slot->text.size() ||
-            std::memcmp(text, slot->text.data(), slot->text.size() * sizeof(wchar16)) != 0)
-            return nullptr;
-        // Copies of a token are counted in a byte.
-        if (slot->left-- == 0) {
-            slot->token = CToken(TokenType::Keyword, slot->text);
-            slot->left = kMostUses;
-        }
-        length = slot->text.size();
-        return &slot->token;
-    }
-    CToken Add(std::u16string_view text) {
-        if (Slot* slot = SlotOf(text.data(), text.data() + text.size())) {
-            slot->text = text;
-            slot->left = 0;
-        }
-        return CToken(TokenType::Keyword, text);
-    }
-
-private:
-    struct Slot {
-        std::u16string_view text; // where it was met first
-        CToken token;
-        int left = 0; // uses of the token; with none it isn't that of the text
-    };
-    static constexpr std::ptrdiff_t kLeastLength = 4; // shorter ones stand in the token itself
-    static constexpr unsigned kSlots = 16;
-    static constexpr int kMostUses = 240;
-
-    Slot* SlotOf(const wchar16* text, const wchar16* end) {
-        if (end - text < kLeastLength)
-            return nullptr;
-        return &m_Slots[(text[0] * 5u + text[1] * 3u + text[3]) % kSlots];
-    }
-
-    Slot m_Slots[kSlots];
 };
 
 class CTextRoad {
@@ -90,9 +47,9 @@ public:
     void PassSpace();
     BlockEdge TakeEdge();
     // A number, boolean, word or plainly quoted text.
-    bool TakeElement(CToken& out, CWordCache& words);
+    bool TakeElement(CToken& out);
     // That very word or text.
-    bool TakeSame(const CToken& token, CWordCache& words);
+    bool TakeSame(const CToken& token);
     // The character that stands behind blanks, 0 for none.
     wchar16 PeekSymbol() {
         PassBlanks();
@@ -109,12 +66,13 @@ public:
     // Where vectors are known.
     bool TakeVecBegin() { return !m_Tables.delimiterShape && TakeSymbol(u'['); }
     // The numbers and other elements from the bracket on.
-    bool TakeElements(CTokenArray& elements, CWordCache& words);
+    bool TakeElements(CTokenArray& elements);
 
 private:
     int State(int from) const { return m_Tables.Next(from, *m_Place.at); }
     bool IsBlank(wchar16 unit) const { return unit < 256 && m_Tables.next[0][unit] == 2; }
     void PassRun(int state);
+    void PassWord();
     void PassBlanks() {
         while (m_Place.at < m_End && IsBlank(*m_Place.at))
             ++m_Place.at;
@@ -122,7 +80,7 @@ private:
     std::u16string_view From(const wchar16* begin) const {
         return {begin, static_cast<std::size_t>(m_Place.at - begin)};
     }
-    bool TakeWord(CToken& out, CWordCache& words);
+    bool TakeWord(CToken& out);
     bool TakeQuoted(CToken& out, int state);
 
     const ScanTables& m_Tables;
@@ -142,8 +100,8 @@ public:
 
     void PassSpace();
     BlockEdge TakeEdge();
-    bool TakeElement(CToken& out, CWordCache& words);
-    bool TakeSame(const CToken& token, CWordCache& words);
+    bool TakeElement(CToken& out);
+    bool TakeSame(const CToken& token);
     // The symbol that comes next, 0 for none.
     wchar16 PeekSymbol() const {
         return m_End - m_Place.at >= 2 && *m_Place.at == static_cast<wchar16>(TokenType::Symbol)
@@ -161,10 +119,10 @@ public:
         return true;
     }
     bool TakeVecBegin() { return TakeSymbol(u'['); }
-    bool TakeElements(CTokenArray& elements, CWordCache& words);
+    bool TakeElements(CTokenArray& elements);
 
 private:
-    bool TakeWord(CToken& out, CWordCache& words);
+    bool TakeWord(CToken& out);
     bool TakePlainText(std::u16string_view& text);
 
     BlockKeywords m_Keywords;

@@ -7,8 +7,10 @@
 #include <stringutils/astring.h>
 
 #include <algorithm>
+#include <functional>
 #include <streambuf>
 #include <string_view>
+#include <utility>
 
 namespace io {
 
@@ -47,12 +49,16 @@ protected:
 // Collects what is written in an AString; writes over what is there after a seek.
 class CMemoryOutBuf final : public CCharBuf {
 public:
-    static constexpr std::size_t kStage = 1024;
+    static constexpr std::size_t kStage = 4096;
 
     explicit CMemoryOutBuf(std::size_t reserved) {
         if (reserved > 0)
             Grow(reserved);
         setp(m_Stage, m_Stage + kStage);
+    }
+    // Asks how long the text becomes when the stage is full: a short text needs no measuring.
+    explicit CMemoryOutBuf(std::function<std::size_t()> measure) : CMemoryOutBuf(std::size_t{0}) {
+        m_Measure = std::move(measure);
     }
 
     static void* operator new(std::size_t size) { return PoolAllocate(size); }
@@ -87,11 +93,13 @@ public:
         return std::max(m_Text.size(), m_Base + static_cast<std::size_t>(pptr() - pbase()));
     }
     void GetText(AString& out) {
+        m_Measure = nullptr;
         Flush();
         out.assign(m_Text);
     }
     // The text itself; the buffer is empty then.
     AString TakeText() {
+        m_Measure = nullptr; // all is here
         Flush();
         m_Base = 0;
         return std::move(m_Text);
@@ -140,8 +148,10 @@ private:
         m_Text.swap(grown);
     }
     void Store(const wchar16* units, std::size_t count) {
-        if (m_Base + count > m_Text.capacity())
-            Grow(std::max(m_Base + count, 2 * m_Text.capacity()));
+        if (m_Base + count > m_Text.capacity()) {
+            const auto measure = std::exchange(m_Measure, nullptr);
+            Grow(std::max({m_Base + count, 2 * m_Text.capacity(), measure ? measure() : 0}));
+        }
         if (m_Base == m_Text.size())
             m_Text.append(units, count);
         else
@@ -155,6 +165,7 @@ private:
 
     AString m_Text;
     std::size_t m_Base = 0; // where the staged units belong
+    std::function<std::size_t()> m_Measure;
     wchar16 m_Stage[kStage];
 };
 

@@ -17,7 +17,10 @@ int CompareFolded(std::u16string_view a, std::u16string_view b);
 // Whether `text` is that word in any case; the word is in lower case.
 bool MatchesWordOfLength(std::u16string_view text, std::u16string_view word); // of one length
 inline bool MatchesWord(std::u16string_view text, std::u16string_view word) {
-    return text.size() == word.size() && !word.empty() && MatchesWordOfLength(text, word);
+    // Most texts of the length begin with another letter; letters of ASCII differ from those in lower case by one bit.
+    return text.size() == word.size() && !word.empty() &&
+           (text.front() > 127 || (text.front() | 32) == (word.front() | 32)) &&
+           MatchesWordOfLength(text, word);
 }
 bool EqualFolded(std::u16string_view a, std::u16string_view b);
 

@@ -41,6 +41,7 @@ bool ReadSpelling(std::u16string_view text, std::uint64_t& digits, bool& exponen
 NumberText SpellNumber(std::uint64_t digits, double value, bool exponent);
 
 // As printf's %.*g with a precision of 1 to 17; `out` has room for 48 units. Gives the end of the text.
+inline constexpr int kMostGeneralDigits = 17;
 wchar16* WriteGeneral(wchar16* out, double value, int precision);
 
 enum class NumberStyle { General, Fixed, Scientific };

@@ -17,8 +17,11 @@ struct ScanTables {
     // In either shape the characters of numbers are the usual ones, so that numbers may be read as such.
     bool usualNumbers = false;
     // Besides, the characters between the parts of an item stand for themselves (brackets of vectors may be part of words
-    // in the delimiter shape), and CData, if there is any, begins with "$".
+    // in the delimiter shape), CData, if there is any, begins with "$", letters and digits end no word, and printable
+    // characters no text in quotes but by quotes and "\\".
     bool usualItems = false;
+    // Besides, what is written between the parts of items, and blanks, need no blanks around them.
+    bool usualSeparators = false;
     // "$begin" and "$end" are words.
     bool usualKeywords = false;
 

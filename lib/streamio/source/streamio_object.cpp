@@ -52,12 +52,7 @@ AString& CStreamio_object::ToText(AString& out) const {
 }
 
 AString& CStreamio_object::ToBinaryText(AString& out) const {
-    std::uint32_t size = 0;
-    {
-        CToken_ostring measure(&DefaultDelimiterGrammar());
-        size = GetBinarySize(measure);
-    }
-    CToken_ostring s(size + std::size_t{2}, true, &DefaultTokenGrammar());
+    CToken_ostring s(*this);
     Write(s);
     out = s.TakeText();
     return out;

@@ -13,8 +13,6 @@ namespace io {
 namespace {
 
 constexpr int kDefaultPrecision = 6;
-// Digits that WriteGeneral gives.
-constexpr int kMostGeneralDigits = 17;
 // Beyond this many a number's digits are zeros.
 constexpr int kMostPrecision = 1100;
 
@@ -163,11 +161,15 @@ void CToken_textstreambuf::PutInteger(TokenType kind, std::int64_t value, int bi
     PutNumber(kind, {digits, static_cast<std::size_t>(end - digits)});
 }
 
+int CToken_textstreambuf::GetGeneralPrecision() const {
+    return std::max(m_Precision < 0 ? kDefaultPrecision : std::min(m_Precision, kMostPrecision), 1);
+}
+
 void CToken_textstreambuf::Write(double value, long flags) {
     const NumberStyle style = StyleOf(flags);
     int precision = m_Precision < 0 ? kDefaultPrecision : std::min(m_Precision, kMostPrecision);
     if (style == NumberStyle::General) {
-        precision = std::max(precision, 1);
+        precision = GetGeneralPrecision();
         if (precision <= kMostGeneralDigits) {
             wchar16 digits[48];
             const wchar16* end = WriteGeneral(digits, value, precision);
@@ -336,13 +338,8 @@ void CToken_textstreambuf::Write(const CToken& token, long flags) {
 }
 
 void CToken_textstreambuf::WriteElements(const CToken* elements, std::size_t count, long flags) {
-    std::size_t length = 0;
-    const bool usual = m_MemoryOut && m_Mode != kBytesMode && m_AutoFormat && m_Width <= 0 && !m_Hex &&
-                       StyleOf(flags) == NumberStyle::General && m_Precision <= kMostGeneralDigits &&
-                       !HasFlag(u',', kPointFlag | kIdentFlag) &&
-                       m_Grammar->ScanToken(std::u16string_view(u","), length) == TokenType::Symbol &&
-                       m_Grammar->ScanToken(std::u16string_view(u" "), length) == TokenType::WhiteSpace;
-    const int precision = std::max(m_Precision < 0 ? kDefaultPrecision : m_Precision, 1);
+    const bool usual = IsUsual(flags);
+    const int precision = GetGeneralPrecision();
     for (std::size_t i = 0; i < count; ++i) {
         const CToken& token = elements[i];
         // What stands in front is a blank, so a number needs no separator.

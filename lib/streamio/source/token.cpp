@@ -1,4 +1,5 @@
 #include "number_text.h"
+#include "plain_text.h"
 
 #include <streamio/pool_allocator.h>
 #include <streamio/token.h>
@@ -75,6 +76,33 @@ void CToken::MakeShared(std::u16string_view text) {
     m_Head = (m_Head & kKindMask) | kSharedText | reinterpret_cast<std::uint64_t>(units) << kPayloadShift;
 }
 
+// The text of a text kind that is too long or too unusual for the inline characters.
+void CToken::HoldText(std::u16string_view text) {
+    const wchar16* const units = text.data();
+    const std::size_t size = text.size();
+    if (size <= kInlineLength || size > kPackedLength || !IsPlain(text))
+        return MakeShared(text);
+    std::uint64_t front = 0;
+    std::uint64_t back = 0; // the last characters, some of which may be among those at the front
+    std::uint64_t ones = 0x0101010101010101;
+    if (size >= 8) {
+        front = GatherBytes(units);
+        back = GatherBytes(units + size - 8);
+    } else {
+        front = GatherFour(units);
+        back = GatherFour(units + size - 4);
+        ones >>= 32;
+    }
+    if ((((front - ones) | (back - ones)) & ones << 7) != 0) // a zero among them
+        return MakeShared(text);
+    if (size >= 8) {
+        m_Head |= kPackedText | front << 8;
+        m_Bits = front >> 56 | back >> 8 >> 8 * (15 - size) << 8;
+    } else {
+        m_Head |= kPackedText | (front | back << 8 * (size - 4)) << 8;
+    }
+}
+
 void CToken::FreeText() noexcept {
     TextHeader& header = Header();
     PoolFree(&header, BlockSize(header.length));
@@ -121,24 +149,29 @@ void CToken::DropSourceText() {
     m_Head &= kKindMask;
 }
 
-std::u16string_view CToken::GetSpelledText(Scratch& scratch) const {
+std::u16string_view CToken::GetSpelledText(wchar16* room) const {
     if ((m_Head & kTextMask) == 0) {
         if (!IsText())
             return {};
         // Copied out, so that the view outlives a move of the token into the place of another.
-        std::memcpy(scratch.units, m_Inline, sizeof m_Inline);
-        return {scratch.units, std::char_traits<wchar16>::length(scratch.units)};
+        std::memcpy(room, m_Inline, sizeof m_Inline);
+        return {room, std::char_traits<wchar16>::length(room)};
+    }
+    if (IsText()) {
+        SpreadBytes(room, m_Head >> 8 | m_Bits << 56);
+        SpreadBytes(room + 8, m_Bits >> 8);
+        return {room, PackedLength()};
     }
     const std::uint64_t payload = m_Head >> kPayloadShift;
     if (IsNumber()) {
         const NumberText text = SpellNumber(payload, m_Number, (m_Head & kTextMask) == kExponentSpelling);
-        std::memcpy(scratch.units, text.units, text.length * sizeof(wchar16));
-        return {scratch.units, text.length};
+        std::memcpy(room, text.units, text.length * sizeof(wchar16));
+        return {room, text.length};
     }
     const std::u16string_view word = BooleanWord(GetType());
     for (std::size_t i = 0; i < word.size(); ++i)
-        scratch.units[i] = static_cast<wchar16>(word[i] - ((payload >> i & 1) != 0 ? 32 : 0));
-    return {scratch.units, word.size()};
+        room[i] = static_cast<wchar16>(word[i] - ((payload >> i & 1) != 0 ? 32 : 0));
+    return {room, word.size()};
 }
 
 void CToken::GetText(AString& out) const {
@@ -170,8 +203,10 @@ bool operator==(const CToken& a, const CToken& b) {
         return a.m_Number == b.m_Number;
     if (IsBooleanKind(a.GetType()))
         return true;
-    if (a.IsShared() && a.m_Head == b.m_Head)
+    if (a.m_Head == b.m_Head && (a.IsShared() || a.m_Bits == b.m_Bits))
         return true;
+    if (a.IsText() && !(a.IsShared() && b.IsShared())) // held in one way only
+        return false;
     CToken::Scratch scratchA;
     CToken::Scratch scratchB;
     return a.GetText(scratchA) == b.GetText(scratchB);

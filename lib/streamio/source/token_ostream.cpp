@@ -2,6 +2,8 @@
 #include "view_of.h"
 
 #include <streamio/block_index.h>
+#include <streamio/delimiter_grammar_default.h>
+#include <streamio/streamio_object.h>
 #include <streamio/token_binarystreambuf.h>
 #include <streamio/token_grammar_default.h>
 #include <streamio/token_ostream.h>
@@ -144,11 +146,17 @@ void CToken_ostream::IncIndent(std::uint32_t count) {
     m_Buffer->PushIndent(count, m_IndentChar);
 }
 
-void CToken_ostream::WriteName(std::u16string_view name) {
-    if (m_DelimiterGrammar)
-        m_Buffer->WriteQuoted(name);
-    else
-        m_Buffer->WriteKeyword(name);
+// The line with which a block begins or ends.
+void CToken_ostream::WriteEdge(std::u16string_view keyword, const std::u16string_view* name) {
+    if (!m_DelimiterGrammar && !keyword.empty() && name && m_Buffer->WriteBlockEdge(keyword, *name))
+        return;
+    if (!keyword.empty())
+        m_Buffer->WriteKeyword(keyword);
+    if (name && m_DelimiterGrammar)
+        m_Buffer->WriteQuoted(*name);
+    else if (name)
+        m_Buffer->WriteKeyword(*name);
+    EnsureNewLine();
 }
 
 void CToken_ostream::BeginBlock(std::u16string_view name) {
@@ -169,10 +177,7 @@ void CToken_ostream::BeginBlock(std::u16string_view name) {
         // Paths below are asked for only if they are entered.
         m_BlockPath.push_back(m_IndentLevel == 0 || m_Index->GetAllLevels() ? std::move(path) : AString());
     }
-    if (!m_BeginKeyword.empty())
-        m_Buffer->WriteKeyword(m_BeginKeyword);
-    WriteName(name);
-    EnsureNewLine();
+    WriteEdge(m_BeginKeyword, &name);
     IncIndent(m_IndentCount);
 }
 
@@ -200,11 +205,7 @@ void CToken_ostream::EndBlock(const std::u16string_view* name) {
         m_BlockPath.pop_back();
     DecIndent();
     EnsureNewLine();
-    if (!m_EndKeyword.empty())
-        m_Buffer->WriteKeyword(m_EndKeyword);
-    if (name)
-        WriteName(*name);
-    EnsureNewLine();
+    WriteEdge(m_EndKeyword, name);
 }
 
 void CToken_ostream::WriteBlockEnd(const CToken& name) {
@@ -395,6 +396,13 @@ CToken_ostring::CToken_ostring(std::size_t reserved, bool binary, const CBase_gr
 
 CToken_ostring::CToken_ostring(const CBase_grammar* grammar, std::size_t reserved, std::uint32_t flags)
     : CToken_ostring(reserved, false, grammar, flags) {}
+
+CToken_ostring::CToken_ostring(const CStreamio_object& measured)
+    : CToken_ostring(std::make_unique<CMemoryOutBuf>([&measured] {
+                         CToken_ostring stream(&DefaultDelimiterGrammar());
+                         return measured.GetBinarySize(stream) + std::size_t{2};
+                     }),
+                     &DefaultTokenGrammar(), kBinaryForm) {}
 
 CToken_ostring::~CToken_ostring() {
     Close();

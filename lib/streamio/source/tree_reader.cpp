@@ -94,16 +94,17 @@ void CTreeReader::Step() {
 }
 
 void CTreeReader::ReadBlock(CBlock& block) {
-    if (!BeginBlock(block))
-        return;
     const std::size_t base = m_Frames.size();
-    m_Frames.emplace_back().block = &block;
     const bool usual = m_Own && m_Own->SkipsLineEnds() && m_Stream.GetBeginKeyword().starts_with(u'$') &&
                        m_Stream.GetEndKeyword().starts_with(u'$');
     m_RoadBase = usual ? base + 1 : 0;
+    if (!usual || !RunRoad(&block)) {
+        if (!BeginBlock(block))
+            return;
+        m_Frames.emplace_back().block = &block;
+    }
     Result result = ReadError::Ok;
     Run(base, result);
-    m_RoadBase = 0;
 }
 
 CBlockItemPtr CTreeReader::ReadItem() {
@@ -269,28 +270,42 @@ void CTreeReader::PassNested() {
         Step();
 }
 
-void CTreeReader::RunRoad() {
+bool CTreeReader::RunRoad(CBlock* outermost) {
     if (m_Binary)
-        RunRoad(static_cast<CToken_binarystreambuf&>(*m_Buffer));
-    else
-        RunRoad(static_cast<CToken_textstreambuf&>(*m_Buffer));
+        return RunRoad(static_cast<CToken_binarystreambuf&>(*m_Buffer), outermost);
+    return RunRoad(static_cast<CToken_textstreambuf&>(*m_Buffer), outermost);
 }
 
 template <class Buffer>
-void CTreeReader::RunRoad(Buffer& buffer) {
+bool CTreeReader::RunRoad(Buffer& buffer, CBlock* outermost) {
     Peek();
     auto road = buffer.OpenRoad({m_Stream.GetBeginKeyword(), m_Stream.GetEndKeyword()});
     if (!road || m_Stream.Fail())
-        return;
+        return false;
     m_Current = nullptr;
-    RoadPlace place;
+    RoadPlace place = road->GetPlace();
+    if (outermost) {
+        if (road->TakeEdge() != BlockEdge::Begin || !road->TakeElement(outermost->mName)) {
+            buffer.CloseRoad(place);
+            return false;
+        }
+        EnterBlock(*outermost);
+    }
     do {
         road->PassSpace();
         place = road->GetPlace();
-        if (!TakeItem(*road))
-            return buffer.CloseRoad(place);
+        if (!TakeItem(*road)) {
+            buffer.CloseRoad(place);
+            return true;
+        }
     } while (m_Frames.size() >= m_RoadBase);
     buffer.CloseRoad(road->GetPlace()); // behind the end of the outermost block
+    return true;
+}
+
+void CTreeReader::EnterBlock(CBlock& block) {
+    m_Frames.emplace_back().block = &block;
+    m_Own->IncIndent(1);
 }
 
 template <class Road>
@@ -301,17 +316,16 @@ bool CTreeReader::TakeItem(Road& road) {
     case BlockEdge::None:
         break;
     case BlockEdge::Begin: {
-        if (m_Frames.size() >= kMaxNesting || !road.TakeElement(name, m_Words))
+        if (m_Frames.size() >= kMaxNesting || !road.TakeElement(name))
             return false;
         auto* nested = new CBlock(std::move(name));
         block.Add(CBlockItemPtr(nested));
-        m_Frames.emplace_back().block = nested;
-        m_Own->IncIndent(1);
+        EnterBlock(*nested);
         return true;
     }
     case BlockEdge::End:
         // Every name that isn't this one is left to the tokens.
-        if (!road.TakeSame(block.mName, m_Words))
+        if (!road.TakeSame(block.mName))
             return false;
         m_RowTokens = block.mPairs.empty() ? m_RowTokens : block.mPairs.size();
         m_Frames.pop_back();
@@ -320,25 +334,23 @@ bool CTreeReader::TakeItem(Road& road) {
     case BlockEdge::Unusual:
         return false;
     }
-    if (!road.TakeElement(name, m_Words))
+    if (!road.TakeElement(name))
         return false;
-    CBlockItemPtr item;
+    bool complete = false;
     switch (road.PeekSymbol()) {
     case u'=': {
         road.PassSymbol();
-        CToken value;
-        if (!road.TakeElement(value, m_Words))
-            return false;
-        item = CBlockItemPtr(new CBlock_named_value(std::move(name), std::move(value)));
+        auto* value = new CBlock_named_value(std::move(name));
+        block.Add(CBlockItemPtr(value));
+        complete = road.TakeElement(value->mValue);
         break;
     }
     case u'[': {
         if (!road.TakeVecBegin())
             return false;
         auto* vec = new CBlock_vec(std::move(name));
-        item = CBlockItemPtr(vec);
-        if (!road.TakeElements(vec->mElements, m_Words))
-            return false;
+        block.Add(CBlockItemPtr(vec));
+        complete = road.TakeElements(vec->mElements);
         break;
     }
     case u'(': {
@@ -348,16 +360,18 @@ bool CTreeReader::TakeItem(Road& road) {
         if (TakePair(road, block, name))
             return true;
         auto* func = new CBlock_func(std::move(name));
-        item = CBlockItemPtr(func);
-        if (!TakeArguments(road, *func))
-            return false;
+        block.Add(CBlockItemPtr(func));
+        complete = TakeArguments(road, *func);
         break;
     }
     default:
         return false;
     }
-    block.Add(std::move(item));
-    return true;
+    if (!complete) { // the tokens read it anew
+        block.mItems.pop_back();
+        block.mNameIndex.reset();
+    }
+    return complete;
 }
 
 template <class Road>
@@ -366,8 +380,8 @@ bool CTreeReader::TakePair(Road& road, CBlock& block, CToken& name) {
         return false;
     const RoadPlace start = road.GetPlace();
     CToken first, second;
-    if (!road.TakeElement(first, m_Words) || !first.IsNumber() || !road.TakeSeparator() ||
-        !road.TakeElement(second, m_Words) || !second.IsNumber() || !road.TakeSymbol(u')')) {
+    if (!road.TakeElement(first) || !first.IsNumber() || !road.TakeSeparator() || !road.TakeElement(second) ||
+        !second.IsNumber() || !road.TakeSymbol(u')')) {
         road.SetPlace(start);
         return false;
     }
@@ -388,7 +402,7 @@ bool CTreeReader::TakeArguments(Road& road, CBlock_func& func) {
         return true;
     do {
         CToken first;
-        if (!road.TakeElement(first, m_Words) || IsNoName(first, false))
+        if (!road.TakeElement(first) || IsNoName(first, false))
             return false;
         switch (road.PeekSymbol()) {
         case u'(':
@@ -396,10 +410,10 @@ bool CTreeReader::TakeArguments(Road& road, CBlock_func& func) {
             return false;
         case u'=': {
             road.PassSymbol();
-            CToken value;
-            if (!road.TakeElement(value, m_Words))
+            auto* value = new CBlock_named_value(std::move(first));
+            func.Items().emplace_back(value);
+            if (!road.TakeElement(value->mValue))
                 return false;
-            func.Items().emplace_back(new CBlock_named_value(std::move(first), std::move(value)));
             break;
         }
         default:

@@ -57,10 +57,12 @@ private:
     Result Dispatch(CToken name, CBlockItemPtr& leaf, bool asArg);
     Result TakeValue(CBlock_value& value);
     Result TakeElements(CBlock_vec& vec);
-    // Reads items and whole blocks without tokens, as far as they are usual.
-    void RunRoad();
+    // Reads items and whole blocks without tokens, as far as they are usual. The begin of the outermost block, if that is
+    // given, stands first; false if it isn't usual.
+    bool RunRoad(CBlock* outermost = nullptr);
     template <class Buffer>
-    void RunRoad(Buffer& buffer);
+    bool RunRoad(Buffer& buffer, CBlock* outermost);
+    void EnterBlock(CBlock& block);
     template <class Road>
     bool TakeItem(Road& road);
     // A function of two numbers that joins the block's pairs; if it doesn't, the road stands where it stood.
@@ -82,7 +84,6 @@ private:
     std::vector<Frame> m_Frames;
     std::size_t m_RowTokens = 0; // of the last row of pairs: others of a matrix are as long
     std::size_t m_RoadBase = 0;  // the outermost block whose items may be read without tokens, 0 for none
-    CWordCache m_Words;
 };
 
 } // namespace io

@@ -4,6 +4,7 @@
 #include <streamio/token_ostring.h>
 
 #include <algorithm>
+#include <optional>
 #include <typeinfo>
 
 namespace io {
@@ -56,7 +57,51 @@ struct Frame {
     Container container;
     std::size_t next = 0;
 };
+using Frames = std::vector<Frame, PoolAllocator<Frame>>;
 
+// Writes whole items into the library's own streams.
+class CItemWriter {
+public:
+    explicit CItemWriter(CAbstract_ostream& s) {
+        const std::type_info& type = typeid(s);
+        if (type == typeid(CToken_ostring) || type == typeid(CToken_ostream)) {
+            m_Buffer = static_cast<CToken_ostream&>(s).GetBuffer();
+            m_Flags = static_cast<CToken_ostream&>(s).GetFormatFlags();
+        }
+    }
+
+    // An item that holds no others; false where it has to write itself.
+    bool WriteLeaf(const CBlock_item& item, ItemPlace place) const {
+        if (!m_Buffer)
+            return false;
+        const std::type_info& type = typeid(item);
+        if (type == typeid(CBlock_named_value)) {
+            const auto& named = static_cast<const CBlock_named_value&>(item);
+            return m_Buffer->WriteNamedValue(named.GetNameToken(), named.GetValue(), m_Flags, place);
+        }
+        if (type == typeid(CBlock_value))
+            return m_Buffer->WriteValue(static_cast<const CBlock_value&>(item).GetValue(), m_Flags, place);
+        if (type != typeid(CBlock_vec))
+            return false;
+        const auto& vec = static_cast<const CBlock_vec&>(item);
+        return m_Buffer->WriteVec(vec.GetNameToken(), vec.GetSize() > 0 ? &vec[0] : nullptr, vec.GetSize(),
+                                  m_Flags, place);
+    }
+    // A function of plain values.
+    bool WriteFunc(const CToken& name, const CToken* values, std::size_t count, ItemPlace place) const {
+        return m_Buffer && m_Buffer->WriteFunc(name, values, count, m_Flags, place);
+    }
+    bool WriteFuncBegin(const CToken& name, ItemPlace place) const {
+        return m_Buffer && m_Buffer->WriteFuncBegin(name, m_Flags, place);
+    }
+    bool WriteFuncEnd(ItemPlace place) const { return m_Buffer && m_Buffer->WriteFuncEnd(m_Flags, place); }
+
+private:
+    CToken_streambuf* m_Buffer = nullptr;
+    long m_Flags = 0;
+};
+
+// The same on any stream.
 void WriteFunc(const CToken& name, const CToken* values, std::size_t count, bool binary,
                CAbstract_ostream& s) {
     WriteItemName(name, s);
@@ -71,21 +116,14 @@ void WriteFunc(const CToken& name, const CToken* values, std::size_t count, bool
     s.WriteChar(u')');
 }
 
-// A function of plain values; false if it is none.
-bool WritePlain(const CBlock_item& item, bool binary, CAbstract_ostream& s) {
-    const CBlock_func* func = Container(item).func;
-    const CToken* values = func ? func->GetPlainValues() : nullptr;
-    if (values)
-        WriteFunc(func->GetNameToken(), values, func->GetSize(), binary, s);
-    return values != nullptr;
-}
-
 // The items of a block that are pairs; false if they aren't.
-bool WritePairs(const CBlock* block, bool binary, CAbstract_ostream& s) {
+bool WritePairs(const CBlock* block, const CItemWriter& writer, bool binary, CAbstract_ostream& s) {
     const CToken* values = block ? block->GetPairs() : nullptr;
     if (!values)
         return false;
     for (std::size_t i = 0; i < block->GetSize(); ++i, values += 2) {
+        if (writer.WriteFunc(block->GetPairName(), values, 2, ItemPlace::Line))
+            continue;
         WriteFunc(block->GetPairName(), values, 2, binary, s);
         s.EnsureNewLine();
     }
@@ -112,46 +150,71 @@ std::uint64_t SizeOfPairs(const CBlock* block) {
 
 void WriteTree(const CBlock_item& root, CAbstract_ostream& s) {
     const bool binary = s.IsBinary();
-    std::vector<Frame> frames;
-    const auto open = [&](const CBlock_item& item) {
+    const CItemWriter writer(s);
+    Frames frames;
+    frames.reserve(8);
+    const auto separate = [&](ItemPlace place) {
+        if (place == ItemPlace::LaterArg && !binary) {
+            s.WriteChar(u',');
+            s.WriteChar(u' ');
+        }
+    };
+    // What is the root of the tree stands where it was put.
+    const auto open = [&](const CBlock_item& item, std::optional<ItemPlace> place) {
         if (frames.size() >= kMaxNesting)
             throw XStreamioError(ReadError::Write, s);
         frames.push_back({Container(item)});
-        if (item.IsBlock()) {
+        if (CTreeWalk::IsBlock(item)) {
             s.WriteBlockBegin(item.GetNameToken());
-        } else {
+        } else if (!place || !writer.WriteFuncBegin(item.GetNameToken(), *place)) {
+            separate(place.value_or(ItemPlace::FirstArg));
             WriteItemName(item.GetNameToken(), s);
             s.WriteChar(u'(');
         }
-        if (frames.size() < kMaxNesting && WritePairs(frames.back().container.block, binary, s))
+        if (frames.size() < kMaxNesting && WritePairs(frames.back().container.block, writer, binary, s))
             frames.back().next = item.GetSize();
     };
-    open(root);
+    open(root, std::nullopt);
     while (!frames.empty()) {
         Frame& frame = frames.back();
         const Container container = frame.container;
         if (frame.next == container.Count()) {
             frames.pop_back();
+            const bool line = !frames.empty() && frames.back().container.block;
             if (container.block)
                 s.WriteBlockEnd(container.block->GetNameToken());
+            else if (writer.WriteFuncEnd(line ? ItemPlace::Line : ItemPlace::FirstArg))
+                continue;
             else
                 s.WriteChar(u')');
-            if (!frames.empty() && frames.back().container.block)
+            if (line)
                 s.EnsureNewLine();
             continue;
         }
-        if (container.func && frame.next > 0 && !binary) {
-            s.WriteChar(u',');
-            s.WriteChar(u' ');
-        }
+        const ItemPlace place = container.block   ? ItemPlace::Line
+                                : frame.next == 0 ? ItemPlace::FirstArg
+                                                  : ItemPlace::LaterArg;
         const CBlock_item* item = container.Child(frame.next++);
-        if (!item)
+        if (!item) {
+            separate(place);
             continue;
-        if (!IsOwnClass(*item)) {
+        }
+        if (CTreeWalk::IsLeaf(*item) && writer.WriteLeaf(*item, place))
+            continue;
+        if (IsOwnClass(*item)) {
+            const CBlock_func* func = Container(*item).func;
+            const CToken* values = func && frames.size() < kMaxNesting ? func->GetPlainValues() : nullptr;
+            if (!values) {
+                open(*item, place);
+                continue;
+            }
+            if (writer.WriteFunc(func->GetNameToken(), values, func->GetSize(), place))
+                continue;
+            separate(place);
+            WriteFunc(func->GetNameToken(), values, func->GetSize(), binary, s);
+        } else {
+            separate(place);
             item->Write(s);
-        } else if (frames.size() >= kMaxNesting || !WritePlain(*item, binary, s)) {
-            open(*item);
-            continue;
         }
         if (container.block)
             s.EnsureNewLine();
@@ -159,7 +222,6 @@ void WriteTree(const CBlock_item& root, CAbstract_ostream& s) {
 }
 
 std::uint32_t SizeOfToken(const CToken& token) {
-    CToken::Scratch scratch;
     const double value = token.GetDouble();
     const auto integer = [value](double low, double high) -> std::uint32_t {
         if (!(value >= low && value <= high))
@@ -194,6 +256,9 @@ std::uint32_t SizeOfToken(const CToken& token) {
     default:
         break;
     }
+    CToken::Scratch scratch;
+    if (const std::size_t length = token.GetPackedLength())
+        return static_cast<std::uint32_t>(BinaryTextSize(length));
     return static_cast<std::uint32_t>(
         std::min<std::size_t>(BinaryTextSize(Utf8Length(token.GetText(scratch))), 0xFFFFFFFF));
 }
@@ -205,7 +270,7 @@ std::uint32_t SizeOfPlainToken(const CToken& token) {
 
 std::uint32_t SizeOfTree(const CBlock_item& root, CAbstract_ostream& s) {
     std::uint64_t size = 0;
-    std::vector<Frame> frames;
+    Frames frames;
     const auto open = [&](const CBlock_item& item) {
         CToken::Scratch scratch;
         if (item.IsBlock())
@@ -248,7 +313,7 @@ std::uint32_t SizeOfTree(const CBlock_item& root, CAbstract_ostream& s) {
 
 CMemoryStats StatsOfTree(const CBlock_item& root, bool addSelf) {
     CMemoryStats stats;
-    std::vector<Frame> frames;
+    Frames frames;
     const auto open = [&](const CBlock_item& item, bool counted) {
         if (counted) {
             ++(item.IsBlock() ? stats.blocks : stats.funcs);
@@ -286,8 +351,10 @@ bool CTreeTeardown::HoldsContainers(const List& list) {
 }
 
 inline bool CTreeTeardown::HasContainers(const CBlock_item& item) {
-    if (CTreeWalk::IsFunc(item))
-        return HoldsContainers(static_cast<const CBlock_func&>(item).mArgs);
+    if (CTreeWalk::IsFunc(item)) {
+        const auto& func = static_cast<const CBlock_func&>(item);
+        return func.mPlainCount == 0 && HoldsContainers(func.mArgs);
+    }
     return CTreeWalk::IsBlock(item) && HoldsContainers(static_cast<const CBlock&>(item).mItems);
 }
 

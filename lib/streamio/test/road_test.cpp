@@ -1,7 +1,11 @@
-// A tree is the same whether its items are read straight from memory or from tokens, with its errors and lines.
+// A tree is the same whether its items are read straight from memory or from tokens, with its errors and lines; so is a text
+// to the unit, however its items are written.
 #include "stream_tests.h"
 
 #include <streamio/delimiter_grammar_default.h>
+
+#include <algorithm>
+#include <cmath>
 
 namespace {
 
@@ -108,12 +112,108 @@ TEST(Items, AreReadFromBinaryAsFromTokens) {
     }
 }
 
-TEST(Items, OfMoreNamesThanATextIsSharedByComeBack) {
-    std::string text = "$begin Many\n";
-    for (int i = 0; i < 1000; ++i)
-        text += "\tRepeated=" + std::to_string(i) + "\n";
-    text += "$end Many\n";
-    EXPECT_EQ(Text(Parsed(text)), text);
+struct Writing {
+    const char* name;
+    const io::CBase_grammar* grammar;
+    std::uint32_t flags;
+    int precision;
+    int width;
+    long format;
+    const wchar16* begin;
+};
+
+const Writing kWritings[] = {
+    {"default", &io::DefaultTokenGrammar(), 0, -1, -1, 0, u"$begin"},
+    {"17 digits, CR", &io::DefaultTokenGrammar(), io::kWriteCR, 17, -1, 0, u"$begin"},
+    {"no precision", &io::DefaultTokenGrammar(), 0, 0, -1, 0, u"$begin"},
+    {"30 digits", &io::DefaultTokenGrammar(), 0, 30, -1, 0, u"$begin"},
+    {"scientific", &io::DefaultTokenGrammar(), 0, 3, -1, io::kScientificFormat, u"$begin"},
+    {"wide", &io::DefaultTokenGrammar(), 0, -1, 12, 0, u"$begin"},
+    {"index", &io::DefaultTokenGrammar(), io::kUseIndex | io::kAllLevels, -1, -1, 0, u"$begin"},
+    {"own grammar", &OwnGrammar(), 0, -1, -1, 0, u"$begin"},
+    {"delimiters", &io::DefaultDelimiterGrammar(), 0, -1, -1, 0, u"$begin"},
+    {"symbol", &io::DefaultTokenGrammar(), 0, -1, -1, 0, u"<"},
+    {"no keyword", &io::DefaultTokenGrammar(), 0, -1, -1, 0, u""},
+    {"binary", &io::DefaultTokenGrammar(), io::kBinaryForm, -1, -1, 0, u"$begin"},
+    {"binary, delimiters", &io::DefaultDelimiterGrammar(), io::kBinaryForm, -1, -1, 0, u"$begin"},
+    {"binary, all bytes", &io::DefaultTokenGrammar(), io::kBinaryForm, -1, 12, 0, u"$begin"},
+};
+
+AString Write(const io::CBlock& block, const Writing& writing, bool runs) {
+    io::CToken_ostring s(writing.grammar, 0, writing.flags);
+    s.GetBuffer()->SetRuns(runs);
+    s.SetBeginKeyword(AString(writing.begin));
+    s.SetPrecision(writing.precision);
+    s.SetWidth(writing.width);
+    s.SetScientific(writing.format);
+    block.Write(s);
+    s << 1 << u"x" << s.GetLineNumber(); // what stands behind is set apart in the same way
+    block.Write(s);
+    s.Close();
+    return s.TakeText();
+}
+
+// Names with values, by themselves, in functions of all lengths and in functions within functions.
+TEST(Items, AreWrittenWholeAsByTokens) {
+    using enum io::TokenType;
+    const AString longText(std::u16string(130, u'l'));
+    std::vector<io::CToken> texts;
+    for (const io::TokenType kind :
+         {Keyword, SingleQuotedText, DoubleQuotedText, CData, Symbol, WhiteSpace}) {
+        for (const char* text :
+             {"", "a", "name", "a_longer_name_of_more", "x1", "1x", "$dollar", "it's", "say \"it\"",
+              "back\\slash", "two words", " ", "\t \n", "\xC2\xB0\x43", "=", "12", "true"})
+            texts.emplace_back(kind, Wide(text));
+        texts.emplace_back(kind, longText);
+    }
+    std::vector<io::CToken> values = texts;
+    for (const io::TokenType kind :
+         {Short, Int, Long, UnsignedShort, UnsignedInt, UnsignedLong, Double, Float, Hex}) {
+        for (const double value :
+             {0.0, -0.0, 1.0, -1.0, 255.0, 40000.0, -40000.0, 0.1, 3e9, -3e9, 1e300, double{NAN}, HUGE_VAL})
+            values.emplace_back(kind, value);
+        values.emplace_back(kind, 1.5, u"01.50");
+    }
+    values.insert(values.end(), {io::CToken(True), io::CToken(False, u"FALSE"), io::CToken(Null)});
+
+    io::CBlock root(u"Root");
+    constexpr std::size_t kStep = 7; // each name has its share of the values
+    for (std::size_t n = 0; n < texts.size(); ++n) {
+        const io::CToken& name = texts[n];
+        auto* block = new io::CBlock(name);
+        root << io::CBlockItemPtr(block);
+        for (std::size_t i = n % kStep; i < values.size(); i += kStep) {
+            *block << io::CBlockItemPtr(new io::CBlock_named_value(name, values[i]));
+            auto* func = new io::CBlock_func(name);
+            *block << io::CBlockItemPtr(func);
+            for (std::size_t k = 0; k < i % 5; ++k)
+                func->AddValue(values[(i + k) % values.size()]);
+            if (i % 5 == 4)
+                func->Add(io::CBlockFuncArgPtr(new io::CBlock_named_value(name, values[i])));
+            auto* vec = new io::CBlock_vec(name);
+            for (std::size_t k = 0; k < i % 4; ++k)
+                vec->Add(values[(i + k) % values.size()]);
+            if (i % 2 == 0) {
+                *block << io::CBlockItemPtr(vec);
+            } else {
+                auto* outer = new io::CBlock_func(name);
+                *block << io::CBlockItemPtr(outer);
+                *outer << u"first";
+                outer->Add(io::CBlockFuncArgPtr(vec));
+                outer->Add(io::CBlockFuncArgPtr(func));
+                outer->AddValue(values[i]);
+            }
+        }
+    }
+    for (const Writing& writing : kWritings) {
+        const AString whole = Write(root, writing, true);
+        const AString parts = Write(root, writing, false);
+        const auto [at, expected] = std::mismatch(whole.begin(), whole.end(), parts.begin(), parts.end());
+        const auto offset = static_cast<std::size_t>(at - whole.begin());
+        EXPECT_TRUE(at == whole.end() && expected == parts.end())
+            << writing.name << " at " << offset << ": "
+            << Narrow(whole.substr(offset > 40 ? offset - 40 : 0, 80));
+    }
 }
 
 } // namespace

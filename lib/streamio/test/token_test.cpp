@@ -17,10 +17,35 @@ TEST(Token, KeepsItsTextWhateverItsLength) {
         const CToken token(TokenType::Keyword, Wide(text));
         EXPECT_EQ(Narrow(token.GetText()), text);
         EXPECT_EQ(token.HasText(), !text.empty());
-        EXPECT_EQ(token.GetTextMemory() > 0, text.size() > 3) << text;
+        EXPECT_EQ(token.GetTextMemory() > 0, text.size() > 15) << text;
     }
-    const std::u16string zeros(u"a\0b", 3);
-    EXPECT_EQ(CToken(TokenType::SingleQuotedText, zeros).GetText(), zeros);
+}
+
+// Each way of holding a text, with a character in each place that this way can't hold.
+TEST(Token, KeepsEveryCharacterOfItsText) {
+    for (std::size_t length = 1; length <= 20; ++length) {
+        const std::u16string plain = std::u16string(u"abcdefghijklmnopqrst").substr(0, length);
+        const CToken token(TokenType::Keyword, plain);
+        for (std::size_t i = 0; i < length; ++i) {
+            for (const wchar16 unit :
+                 {u'\0', u'\1', u'~', u'\x7F', u'\x80', u'\xFF', u'\u0100', u'\xD800', u'\xFFFF'}) {
+                std::u16string text = plain;
+                text[i] = unit;
+                CToken other(TokenType::Keyword, text);
+                EXPECT_EQ(other.GetText(), text) << length << ' ' << i << ' ' << int{unit};
+                EXPECT_EQ(other.GetFirstUnit(), text[0]);
+                EXPECT_FALSE(other == token);
+                EXPECT_EQ(other, CToken(TokenType::Keyword, text));
+                const CToken copy = other;
+                other.SetType(TokenType::DoubleQuotedText);
+                EXPECT_EQ(other.GetText(), text);
+                other.SetText(plain);
+                other.SetType(TokenType::Keyword);
+                EXPECT_EQ(other, token);
+                EXPECT_EQ(copy.GetText(), text);
+            }
+        }
+    }
 }
 
 TEST(Token, SharesItsTextBeyondTheRangeOfTheCount) {
