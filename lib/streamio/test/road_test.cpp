@@ -150,7 +150,13 @@ AString Write(const io::CBlock& block, const Writing& writing, bool runs) {
     s << 1 << u"x" << s.GetLineNumber(); // what stands behind is set apart in the same way
     block.Write(s);
     s.Close();
-    return s.TakeText();
+    AString text = s.TakeText();
+    // An index tells when it was written.
+    for (std::size_t at = text.find(u", sec="); at != text.npos; at = text.find(u", sec=")) {
+        const std::size_t begin = text.rfind(u'\n', at);
+        text.erase(begin, text.find(u'\n', at) - begin);
+    }
+    return text;
 }
 
 // Names with values, by themselves, in functions of all lengths and in functions within functions.
