@@ -43,7 +43,7 @@ CosimRun::CosimRun(const CosimPlan& plan, const std::map<std::string, void*>& ca
 void CosimRun::locate(const vecinfoall& plot) {
     const auto index_of = [&](const std::string& name) {
         for (int i = 0; i < plot.veccount; ++i)
-            if (name == plot.vecs[i]->vecname)
+            if (name == plain_vector(plot.vecs[i]->vecname))
                 return i;
         return -1;
     };

@@ -158,26 +158,31 @@ std::vector<Nport> read_nports(const Netlist& netlist, Messages& messages) {
     return PlanReader(netlist, messages).read();
 }
 
-// With w = v + 50 i of each port: a resistor of 50 ohm, and beside it sources that feed in the sum of S w / 50.
+// The port's current is measured where it loads nothing: it is made of v / 50 and, with w = v + 50 i of all ports, of
+// the sum of S w / 50, at a node that stays at 0 V, so that what an option puts between every node and ground draws
+// nothing there. From that node it is carried to the port.
 std::vector<NetlistLine> nport_lines(const Nport& nport, const std::vector<double>& scattering) {
     std::vector<NetlistLine> lines;
     const auto add = [&](std::string text) { lines.push_back({std::move(text), nport.file, nport.line}); };
-    const auto node = [](const std::string& name) { return name.empty() ? std::string("0") : name; };
+    const auto nodes = [](const Nport::Port& port) {
+        const auto node = [](const std::string& name) { return name.empty() ? "0" : name.c_str(); };
+        return fmt::format("{} {}", node(port.plus), node(port.minus));
+    };
     const std::size_t count = nport.ports.size();
     for (std::size_t row = 0; row < count; ++row) {
         const Nport::Port& port = nport.ports[row];
-        const std::string minus = node(port.minus);
-        add(fmt::format("{} {} {} dc 0", port.sense, node(port.plus), port.inner));
-        add(fmt::format("r{} {} {} {}", port.inner, port.inner, minus, nport_reference));
-        add(fmt::format("{} {} {} dc 0 ac 0", port.drive, minus, port.inner));
+        add(fmt::format("{} {} 0 dc 0", port.sense, port.summing));
+        add(fmt::format("f{} {} {} 1", port.summing, nodes(port), port.sense));
+        add(fmt::format("g{} 0 {} {} {}", port.summing, port.summing, nodes(port), 1 / nport_reference));
+        add(fmt::format("{} 0 {} dc 0 ac 0", port.drive, port.summing));
         for (std::size_t column = 0; column < scattering.size() / count; ++column) {
             const double s = scattering[row * count + column];
             const Nport::Port& other = nport.ports[column];
             if (s == 0)
                 continue;
-            add(fmt::format("g{}_{} {} {} {} {} {}", port.inner, column + 1, minus, port.inner, other.inner,
-                            node(other.minus), s / nport_reference));
-            add(fmt::format("f{}_{} {} {} {} {}", port.inner, column + 1, minus, port.inner, other.sense, s));
+            add(fmt::format("g{}_{} {} 0 {} {}", port.summing, column + 1, port.summing, nodes(other),
+                            s / nport_reference));
+            add(fmt::format("f{}_{} {} 0 {} {}", port.summing, column + 1, port.summing, other.sense, s));
         }
     }
     return lines;

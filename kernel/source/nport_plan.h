@@ -19,9 +19,9 @@ struct Nport {
     struct Port {
         std::string plus, minus; // nodes
 
-        // What stands for the port in the simulator's circuit: a source of 0 V that carries the port's current,
-        // and behind it a node to which a source of current leads.
-        std::string sense, inner, drive;
+        // What stands for the port in the simulator's circuit: a source of 0 V from a node of its own to ground,
+        // which carries the port's current, and a source of current that leads to that node.
+        std::string sense, summing, drive;
     };
 
     std::string name; // as the netlist writes it

@@ -54,12 +54,13 @@ std::vector<PortResponse> responses(const NportCircuit& circuit, const ResultPlo
             throw JobError(CKT_ANALYSIS_FAILED, fmt::format("the simulator gave no {}", name));
         return found->complex;
     };
+    const auto voltage = [&](const std::string& node) {
+        return node.empty() ? nullptr : values("v(" + node + ')');
+    };
     std::vector<PortResponse> ports;
     for (const Nport& nport : circuit.nports)
         for (const Nport::Port& port : nport.ports)
-            ports.push_back({values("v(" + port.inner + ')'),
-                             port.minus.empty() ? nullptr : values("v(" + port.minus + ')'),
-                             values("i(" + port.sense + ')')});
+            ports.push_back({voltage(port.plus), voltage(port.minus), values("i(" + port.sense + ')')});
     return ports;
 }
 
@@ -106,7 +107,7 @@ std::vector<std::string> NportCircuit::vectors() const {
     std::vector<std::string> names;
     for (const Nport& nport : nports)
         for (const Nport::Port& port : nport.ports)
-            names.insert(names.end(), {port.inner, port.minus, branch_vector(port.sense)});
+            names.insert(names.end(), {port.plus, port.minus, branch_vector(port.sense)});
     return names;
 }
 
@@ -115,7 +116,7 @@ bool NportCircuit::owns(std::string_view vector) const {
         return false;
     for (const Nport& nport : nports)
         for (const Nport::Port& port : nport.ports)
-            if (vector == "v(" + port.inner + ')' || vector == "i(" + port.sense + ')')
+            if (vector == "v(" + port.summing + ')' || vector == "i(" + port.sense + ')')
                 return true;
     return false;
 }

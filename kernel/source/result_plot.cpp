@@ -1,5 +1,7 @@
 #include "result_plot.h"
 
+#include "saves.h"
+
 #include <algorithm>
 
 namespace ckt {
@@ -63,6 +65,7 @@ Quantity quantity_of(std::string_view plot, std::string_view name, int number) {
 std::string shown_name(std::string_view name, std::string_view type) {
     if (type == "current" && name.ends_with("#branch"))
         return "i(" + std::string(name.substr(0, name.size() - 7)) + ')';
+    name = plain_vector(name);
     const bool is_node = type == "voltage" && name.front() != '@' && name.find('(') == name.npos &&
                          !name.starts_with("inoise") && !name.starts_with("onoise") && name != "v-sweep";
     return is_node ? "v(" + std::string(name) + ')' : std::string(name);

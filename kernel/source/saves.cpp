@@ -17,6 +17,11 @@ std::string node_vector(std::string_view node) {
     return node == "0" || node == "gnd" ? std::string() : std::string(node);
 }
 
+std::string_view plain_vector(std::string_view name) {
+    const bool wrapped = name.starts_with("V(") && name.ends_with(')');
+    return wrapped ? name.substr(2, name.size() - 3) : name;
+}
+
 std::string branch_vector(std::string_view device) {
     return std::string(device).append(branch);
 }

@@ -19,7 +19,9 @@ struct Probe {
 
 // The simulator's name for a node's vector; empty for ground.
 std::string node_vector(std::string_view node);
-// The same for the current of a source or a coil.
+// The simulator calls the vector of a node whose name begins with a digit "V(2)". This gives "2", and any other name as it is.
+std::string_view plain_vector(std::string_view name);
+// The simulator's name for the current of a source or a coil.
 std::string branch_vector(std::string_view device);
 
 // "v(out)", "v(a,b)" or "i(vsense)".

@@ -193,8 +193,8 @@ TEST_P(CosimCircuit, GivesAtEverySampleWhatAPiecewiseLinearSourceGives) {
 INSTANTIATE_TEST_SUITE_P(
     Circuits, CosimCircuit,
     testing::Values(
-        Circuit{"low-pass", "R1 in out 1k\nC1 out 0 1n\n", "Vin in 0", "v(out)", "v(out) [V]", 50e-9, 400, 1,
-                100e3, 3e-4},
+        Circuit{"low-pass of numbered nodes", "R1 1 2 1k\nC1 2 0 1n\n", "Vin 1 0", "v(2)", "v(2) [V]", 50e-9,
+                400, 1, 100e3, 3e-4},
         Circuit{"current source", "R1 in out 1k\nR2 in 0 1k\nC1 out 0 1n\n", "Iin 0 in", "v(out)",
                 "v(out) [V]", 50e-9, 400, 1e-3, 100e3, 3e-4},
         Circuit{"rectifier", "D1 in out d\nR1 out 0 10k\nC1 out 0 10n\n.model d d(is=1f rs=1 cjo=2p tt=5n)\n",
