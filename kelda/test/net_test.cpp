@@ -1,6 +1,8 @@
 // The program on network files.
 #include "kelda_process.h"
 
+#include <sys/resource.h>
+
 #include <cmath>
 #include <complex>
 
@@ -48,6 +50,45 @@ TEST_F(NetTest, TellsWhatAFileHolds) {
     const std::string text = Net({"info", "gain.s2p"}).out;
     EXPECT_NE(text.find("passive       no, first at 7 Hz"), std::string::npos) << text;
     EXPECT_NE(text.find("reciprocal    no"), std::string::npos) << text;
+}
+
+// No file that this process or a child of it writes gets longer meanwhile.
+class FullDisk {
+public:
+    explicit FullDisk(rlim_t room) {
+        signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &m_Former);
+        const rlimit limit{room, m_Former.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FullDisk() {
+        setrlimit(RLIMIT_FSIZE, &m_Former);
+        signal(SIGXFSZ, SIG_DFL);
+    }
+
+private:
+    rlimit m_Former;
+};
+
+TEST_F(NetTest, AFullDiskLeavesNoHalfFileAndTheFormerOneAsItWas) {
+    Write("old.sol", "a network");
+    std::filesystem::create_symlink("old.sol", m_Folder / "link.sol");
+    for (const char* out : {"new.sol", "old.sol", "link.sol"}) {
+        const Finished convert = [&] {
+            const FullDisk full(300);
+            return Net({"convert", "series.s2p", out});
+        }();
+        EXPECT_EQ(convert.status, 1);
+        EXPECT_EQ(convert.err, std::string("kelda: can't write to ") + out + ": File too large\n");
+        for (const auto& entry : std::filesystem::directory_iterator(m_Folder)) {
+            const std::string name = entry.path().filename();
+            EXPECT_FALSE(name.starts_with("new") || name.ends_with(".part")) << name;
+        }
+        EXPECT_EQ(ReadAll(m_Folder / "old.sol"), "a network");
+    }
+    EXPECT_EQ(Net({"convert", "series.s2p", "link.sol"}).status, 0);
+    EXPECT_TRUE(std::filesystem::is_symlink(m_Folder / "link.sol"));
+    EXPECT_TRUE(ReadAll(m_Folder / "old.sol").starts_with("$begin"));
 }
 
 TEST_F(NetTest, ComesBackFromEveryForm) {

@@ -235,7 +235,7 @@ std::optional<Form> FormOfName(std::string_view name) {
 Written Write(CNetworkDataSolution& solution, const std::string& name, const WriteOptions& options) {
     const std::optional<Form> form = FormOfName(name);
     if (!form)
-        Refuse(name,
+        Refuse(name == "-" ? "standard output" : name,
                "the name says no form; it ends in .sol, .solb, .ts or .sNp, where N is the number of ports");
     Written written;
     if (*form != Form::kTouchstone) {
