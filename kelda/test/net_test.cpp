@@ -52,19 +52,17 @@ TEST_F(NetTest, TellsWhatAFileHolds) {
     EXPECT_NE(text.find("reciprocal    no"), std::string::npos) << text;
 }
 
-// No file that this process or a child of it writes gets longer meanwhile.
+// No file that a child of this process writes gets longer meanwhile.
 class FullDisk {
 public:
     explicit FullDisk(rlim_t room) {
-        signal(SIGXFSZ, SIG_IGN);
         getrlimit(RLIMIT_FSIZE, &m_Former);
         const rlimit limit{room, m_Former.rlim_max};
         setrlimit(RLIMIT_FSIZE, &limit);
     }
-    ~FullDisk() {
-        setrlimit(RLIMIT_FSIZE, &m_Former);
-        signal(SIGXFSZ, SIG_DFL);
-    }
+    ~FullDisk() { setrlimit(RLIMIT_FSIZE, &m_Former); }
+    FullDisk(const FullDisk&) = delete;
+    FullDisk& operator=(const FullDisk&) = delete;
 
 private:
     rlimit m_Former;
