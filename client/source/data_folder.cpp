@@ -43,8 +43,7 @@ struct DataFile {
 std::optional<DataFile> DataFileOf(const fs::path& path) {
     const std::string name = path.filename().string();
     const auto form = networkfile::FormOfName(name);
-    std::error_code error;
-    if (!form || !fs::is_regular_file(path, error))
+    if (!form)
         return std::nullopt;
     const int order = *form == networkfile::Form::kText ? 0 : *form == networkfile::Form::kBinary ? 1 : 2;
     return DataFile{name, path.stem().string(), order};
@@ -113,7 +112,12 @@ std::string FindFile(const std::string& folder, const std::string& design) {
                           (files.empty() ? ", and no other network data" : ", but " + Listed(files))};
     if (found.size() > 1)
         throw Refusal{DataFolder::kNoDesign, folder + " has several files of that name: " + Listed(found)};
-    return (fs::path(folder) / found.front().name).string();
+    const fs::path path = fs::path(folder) / found.front().name;
+    std::error_code error;
+    if (!fs::is_regular_file(path, error))
+        throw Refusal{DataFolder::kBadFile,
+                      path.string() + ": " + (error ? error.message() : "it isn't a regular file")};
+    return path.string();
 }
 
 } // namespace

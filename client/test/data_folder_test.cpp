@@ -73,9 +73,11 @@ TEST_F(DataFolderTest, WhatCantBeAnsweredHasItsCodeAndItsWords) {
     for (const char* name : {"Line.sol", "lIne.sol", "pair.s1p", "pair.s2p", "bad.s1p", "torn.sol"})
         Put(name, name == std::string("bad.s1p") ? "# GHz S RI\n1 0.5 zero\n" : kSolution.substr(0, 40));
     std::filesystem::create_directories(m_Folder / "folder.sol");
+    std::filesystem::create_symlink("nowhere", m_Folder / "gone.sol");
     ASSERT_EQ(mkfifo((m_Folder / "pipe.sol").c_str(), 0600), 0);
     const std::string folder = m_Folder.string();
-    const std::string all = "Line.sol, bad.s1p, lIne.sol, pair.s1p, pair.s2p, torn.sol.";
+    const std::string all =
+        "Line.sol, bad.s1p, folder.sol, gone.sol, lIne.sol, pair.s1p, pair.s2p, pipe.sol, torn.sol.";
     const std::string name = "the name of a design is empty or has a path separator";
     struct Row {
         std::string design;
@@ -84,8 +86,9 @@ TEST_F(DataFolderTest, WhatCantBeAnsweredHasItsCodeAndItsWords) {
     };
     const Row rows[] = {
         {"none", DataFolder::kNoDesign, "there is no such file in " + folder + ", but " + all},
-        {"folder", DataFolder::kNoDesign, "there is no such file"},
-        {"pipe", DataFolder::kNoDesign, "there is no such file"},
+        {"folder", DataFolder::kBadFile, folder + "/folder.sol: it isn't a regular file"},
+        {"pipe", DataFolder::kBadFile, folder + "/pipe.sol: it isn't a regular file"},
+        {"gone", DataFolder::kBadFile, folder + "/gone.sol: No such file or directory"},
         {"line", DataFolder::kNoDesign, folder + " has several files of that name: Line.sol, lIne.sol"},
         {"pair", DataFolder::kNoDesign, folder + " has several files of that name: pair.s1p, pair.s2p"},
         {"", DataFolder::kBadName, name},

@@ -191,10 +191,12 @@ private:
     }
 
     void title(Cursor& cursor) {
-        std::string_view text;
-        cursor.next(text);
+        std::string_view read;
+        cursor.next(read);
+        const std::string plain = printable(read);
+        const std::string_view text = trim(plain);
         m_netlist.lines.push_back(
-            {text.empty() ? "untitled" : cleaned(text), cursor.source.file, cursor.line});
+            {text.empty() ? "untitled" : in_utf8(text), cursor.source.file, cursor.line});
         const auto first = words(text);
         if (!first.empty() &&
             (first[0] == ".end" || is_analysis(lower(first[0])) || text.starts_with(".include") ||
@@ -203,8 +205,12 @@ private:
                 "{}\"{}\" stands on the first line, which is the title and isn't read", place(cursor), text));
     }
 
-    static std::string cleaned(std::string_view text) {
-        std::string line = is_utf8(text) ? std::string(text) : utf8_of_latin1(text);
+    static std::string in_utf8(std::string_view text) {
+        return is_utf8(text) ? std::string(text) : utf8_of_latin1(text);
+    }
+    // With a blank for each control character.
+    static std::string printable(std::string_view text) {
+        std::string line(text);
         for (char& c : line)
             if (static_cast<unsigned char>(c) < 0x20)
                 c = ' ';
@@ -213,10 +219,12 @@ private:
 
     // `section` is the one to stop at the end of, empty for a whole file.
     void body(Cursor& cursor, Within within, std::string_view section, int depth) {
-        std::string_view text;
+        std::string_view read;
         bool in_control = false;
         bool joined = false;
-        while (cursor.next(text)) {
+        while (cursor.next(read)) {
+            const std::string plain = printable(read);
+            const std::string_view text = trim(plain);
             if (in_control) {
                 in_control = !starts_with_ignoring_case(text, ".endc");
                 continue;
@@ -228,7 +236,7 @@ private:
             const auto parts = words(without_comment(text));
             if (parts.empty())
                 continue;
-            std::string line = cleaned(text);
+            std::string line = in_utf8(text);
             if (joined)
                 line.insert(0, 1, '+');
             // A line that ends in two backslashes goes on in the next one.
@@ -276,7 +284,7 @@ private:
     // A line that a plain SPICE reader takes for a comment. Any other comment may begin like one, so that an unknown word is
     // no error.
     void extension(const Cursor& cursor, std::string_view text) {
-        const std::string clean = cleaned(text);
+        const std::string clean = in_utf8(text);
         const std::string card(trim(without_comment(clean)));
         const auto parts = words(card);
         if (parts.empty())
