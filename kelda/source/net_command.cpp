@@ -11,6 +11,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <complex>
 #include <functional>
 #include <map>
 #include <memory>
@@ -71,6 +73,15 @@ CLI::Option* AddParsed(CLI::App* command, const std::string& name, Value& value,
             },
             what)
         ->type_name(type);
+}
+
+std::vector<std::complex<double>> ParseReferences(const std::string& text) {
+    static constexpr double kLeast = 1e-10; // what is below it counts as none, and its row would stay as it is
+    std::vector<std::complex<double>> references = ParseComplexList(text);
+    if (std::any_of(references.begin(), references.end(),
+                    [](const auto& reference) { return !(std::abs(reference) > kLeast); }))
+        throw std::invalid_argument("'" + text + "' holds a reference of 0 ohm");
+    return references;
 }
 
 void AddKind(CLI::App* command, NetOptions& options) {
@@ -138,7 +149,7 @@ void AddNetCommand(CLI::App& app, int& status) {
     addFiles(renorm);
     AddParsed(renorm, "--z", change.references,
               "The references in ohm, one for all or one for each row, such as 50,75+5j", "LIST",
-              ParseComplexList)
+              ParseReferences)
         ->required();
 
     CLI::App* deembed = add("deembed", "Move the reference planes into the network",
@@ -187,10 +198,14 @@ void AddNetCommand(CLI::App& app, int& status) {
     sweep->add_option("DATA", run.in, "A network at many frequencies, in the solver's place")
         ->required()
         ->type_name("");
-    sweep->add_option("--tolerance", run.tolerance, "The difference of two fits below which it stops")
-        ->required()
-        ->type_name("T")
-        ->check(CLI::PositiveNumber);
+    AddParsed(sweep, "--tolerance", run.tolerance, "The difference of two fits below which it stops", "T",
+              [](const std::string& text) {
+                  const double tolerance = ParseQuantity(text, "");
+                  if (!(tolerance > 0))
+                      throw std::invalid_argument("'" + text + "' is not above 0");
+                  return tolerance;
+              })
+        ->required();
     sweep->add_option("--max-basis", run.maxBasis, "The most samples; 50 without it")
         ->type_name("N")
         ->check(CLI::Range(2, 100000));

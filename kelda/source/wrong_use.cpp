@@ -68,7 +68,9 @@ std::string DescribeWrongUse(const CLI::App& app, const CLI::ParseError& error) 
     }
     std::string text = path + ": ";
     std::vector<std::string> unexpected = app.remaining(true);
-    if (dynamic_cast<const CLI::ExtrasError*>(&error) && !unexpected.empty()) {
+    const bool lacksCommand =
+        chosen->get_require_subcommand_min() > 0; // none was chosen of those that it has
+    if ((lacksCommand || dynamic_cast<const CLI::ExtrasError*>(&error)) && !unexpected.empty()) {
         std::string word = unexpected.front().substr(0, unexpected.front().find('='));
         bool option = word.size() > 1 && word.front() == '-';
         bool command = !option && !chosen->get_subcommands([](const CLI::App*) { return true; }).empty();
@@ -79,6 +81,11 @@ std::string DescribeWrongUse(const CLI::App& app, const CLI::ParseError& error) 
                                         : std::string();
         if (!nearest.empty())
             text += "; did you mean " + nearest + "?";
+    } else if (lacksCommand) {
+        const std::vector<std::string> names = CommandNames(*chosen);
+        text += "a command is required:";
+        for (const std::string& name : names)
+            text += (&name == &names.front() ? " " : ", ") + name;
     } else {
         text += error.what();
     }

@@ -153,26 +153,6 @@ TEST(Modal, ComputesOnlyWhenAskedAndMarksWhatItComputed) {
     EXPECT_TRUE(Equal(*empty.GetSMatrix(true), ComplexMatrix(2, 2)));
 }
 
-TEST(Modal, ConversionsGoThereAndBack) {
-    ForNetworks([](Networks& networks, Ports& ports, const ComplexVector& z) {
-        const ComplexMatrix s = networks.Any(z.Size(), 0.6 / z.Size());
-        CNetworkModalData point = SPoint(ports, s, z);
-        const ComplexMatrix y = *point.GetYMatrix(true);
-        const ComplexMatrix impedance = *point.GetZMatrix(true);
-        EXPECT_LT(LargestDifference(*Point(ports, NetworkDataKind::YMatrix, y, z).GetSMatrix(true), s),
-                  1e-13);
-        EXPECT_LT(
-            LargestDifference(*Point(ports, NetworkDataKind::ZMatrix, impedance, z).GetSMatrix(true), s),
-            1e-13);
-        EXPECT_LT(
-            LargestDifference(*Point(ports, NetworkDataKind::YMatrix, y, z).GetZMatrix(true), impedance),
-            1e-9);
-        EXPECT_LT(
-            LargestDifference(*Point(ports, NetworkDataKind::ZMatrix, impedance, z).GetYMatrix(true), y),
-            1e-13);
-    });
-}
-
 TEST(Modal, RenormalisesThereAndBackByWayOfTheSameNetwork) {
     ForNetworks([](Networks& networks, Ports& ports, const ComplexVector& z) {
         const ComplexMatrix s = networks.Any(z.Size(), 0.6 / z.Size());
@@ -484,33 +464,14 @@ TEST(Modal, DeembeddingWantsWhatItNeeds) {
     EXPECT_NEAR(s[1][1].im, std::sin(1.0), 1e-15);
 }
 
-TEST(Modal, SetsAndGivesElementsOfItsVectors) {
+TEST(Modal, SetsSingleImpedances) {
     Ports ports(2);
-    for (auto kind : {NetworkDataKind::PortImpedance, NetworkDataKind::Gamma}) {
-        CNetworkModalData point(&ports, 0);
-        EXPECT_EQ(point.GetValue(kind, 0, 0), kNothing);
-        EXPECT_TRUE(point.SetValue(kind, {1, 2}, 0, 1)) << "nothing";
-        EXPECT_EQ(point.GetPortImpedance(), nullptr);
-        EXPECT_EQ(point.GetGamma(), nullptr);
-        EXPECT_TRUE(point.SetValue(kind, {1, 2}, 1, 1));
-        EXPECT_EQ(point.GetValue(kind, 1, 0), Complex(1, 2));
-        EXPECT_EQ(point.GetValue(kind, 0, 0), kNothing);
-        for (std::int32_t outside : {-1, 2}) {
-            EXPECT_FALSE(point.SetValue(kind, 1.0, outside, outside));
-            EXPECT_EQ(point.GetValue(kind, outside, outside), kNothing);
-        }
-    }
     CNetworkModalData point(&ports, 0);
-    EXPECT_TRUE(point.SetValue(NetworkDataKind::SMatrix, 0.5, 0, 0));
-    EXPECT_EQ(point.GetValue(NetworkDataKind::Vswr, 0, 0), Complex(3.0));
-    for (std::int32_t kind : {0, 3, 64, 2048, 32768})
-        EXPECT_FALSE(point.SetValue(static_cast<NetworkDataKind>(kind), 1.0, 0, 0)) << kind;
     point.SetPortImpedanceElement(2, 1.0);
     EXPECT_EQ(point.GetPortImpedance(), nullptr);
     point.SetPortImpedanceElement(1, 25.0);
     EXPECT_EQ((*point.GetPortImpedance())[1], Complex(25.0));
     CNetworkModalData lone;
-    EXPECT_FALSE(lone.SetValue(NetworkDataKind::Gamma, 1.0, 0, 1));
     lone.SetPortImpedanceElement(0, 1.0);
     EXPECT_EQ(lone.GetPortImpedance(), nullptr);
 }

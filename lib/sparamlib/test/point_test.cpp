@@ -33,61 +33,6 @@ TEST(Point, AsksItsOwnerForSizeAndEntries) {
     EXPECT_EQ(point.GetMatrixEntry(0), nullptr);
 }
 
-TEST(Point, SetsElementsOfTheMatricesOnly) {
-    Ports ports(2);
-    struct Case {
-        std::int32_t kind, i, j;
-        bool result;
-        ComplexMatrix* (CNetworkData::*get)(bool);
-    };
-    for (const Case& c : {
-             Case{1, 0, 1, true, &CNetworkData::GetSMatrix},
-             Case{2, 1, 0, true, &CNetworkData::GetYMatrix},
-             Case{4, 1, 1, true, &CNetworkData::GetZMatrix},
-             Case{32, 0, 0, true, nullptr},
-             Case{32, 9, 9, true, nullptr},
-             Case{0, 0, 0, false, nullptr},
-             Case{-1, 0, 0, false, nullptr},
-             Case{3, 0, 0, false, nullptr},
-             Case{8, 0, 0, false, nullptr},
-             Case{16, 0, 0, false, nullptr},
-             Case{33, 0, 0, false, nullptr},
-             Case{64, 0, 0, false, nullptr},
-             Case{1, -1, 0, false, nullptr},
-             Case{1, 0, 2, false, nullptr},
-             Case{1, 2, 0, false, nullptr},
-             Case{4, 2147483647, -2147483647 - 1, false, nullptr},
-         }) {
-        CNetworkData point(&ports, 0);
-        EXPECT_EQ(point.SetValue(static_cast<NetworkDataKind>(c.kind), {1, 2}, c.i, c.j), c.result) << c.kind;
-        for (auto get : {&CNetworkData::GetSMatrix, &CNetworkData::GetYMatrix, &CNetworkData::GetZMatrix})
-            EXPECT_EQ((point.*get)(false) != nullptr, c.get == get) << c.kind;
-        if (c.get) {
-            ComplexMatrix expected(2, 2);
-            expected[c.i][c.j] = {1, 2};
-            EXPECT_TRUE(Equal(*(point.*c.get)(false), expected)) << c.kind;
-        }
-    }
-    CNetworkData lone;
-    EXPECT_FALSE(lone.SetValue(NetworkDataKind::SMatrix, 1.0, 0, 0));
-    EXPECT_FALSE(lone.SetValue(NetworkDataKind::Vswr, 1.0, 0, 0));
-}
-
-TEST(Point, GivesElementsAndZeroWhereThereIsNone) {
-    Ports ports(2);
-    CNetworkData point(&ports, 0);
-    point.SetValue(NetworkDataKind::ZMatrix, {3, 4}, 1, 0);
-    EXPECT_EQ(point.GetValue(NetworkDataKind::ZMatrix, 1, 0), Complex(3, 4));
-    EXPECT_EQ(point.GetValue(NetworkDataKind::ZMatrix, 0, 1), kZero);
-    for (auto [i, j] : {std::pair{2, 0}, {0, 2}, {-1, 0}, {0, -1}})
-        EXPECT_EQ(point.GetValue(NetworkDataKind::ZMatrix, i, j), kZero) << i << " " << j;
-    for (auto kind : {NetworkDataKind::SMatrix, NetworkDataKind::YMatrix, NetworkDataKind::Vswr,
-                      NetworkDataKind::PortImpedance, NetworkDataKind::Zpi, static_cast<NetworkDataKind>(5)})
-        EXPECT_EQ(point.GetValue(kind, 1, 1), kZero) << "can't be converted here";
-    point.SetOwner(nullptr);
-    EXPECT_EQ(point.GetValue(NetworkDataKind::ZMatrix, 1, 0), kZero);
-}
-
 TEST(Point, GivesTheStandingWaveRatioOfAPort) {
     Ports ports(1);
     struct Case {

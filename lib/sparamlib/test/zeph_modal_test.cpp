@@ -82,70 +82,6 @@ TEST(ZephModal, ComputesYAndZByThePreferredImpedance) {
     EXPECT_TRUE(solver.point.IsYDerived());
 }
 
-TEST(ZephModal, SetsAndGetsItsQuantities) {
-    Ports ports(2);
-    const struct {
-        Kind kind;
-        int i, j;
-        bool set;
-    } cases[] = {
-        {Kind::SMatrix, 0, 1, true},
-        {Kind::Gamma, 1, 1, true},
-        {Kind::PortImpedance, 1, 1, true},
-        {Kind::Zpi, 1, 1, true},
-        {Kind::Zpi, 0, 9, true}, // the second index isn't looked at
-        {Kind::Zpv, 0, 0, true},
-        {Kind::Zvi, 1, 0, true},
-        {Kind::TMatrix, 1, 0, true},
-        {Kind::PMatrix, 0, 1, true},
-        {Kind::Zpi, 2, 0, false},
-        {Kind::Zvi, -1, 0, false},
-        {Kind::TMatrix, 0, 2, false},
-        {Kind::PMatrix, -1, 0, false},
-        {Kind::TerminalSMatrix, 0, 0, false},
-        {static_cast<Kind>(0), 0, 0, false},
-        {static_cast<Kind>(65), 0, 0, false},
-    };
-    for (const auto& c : cases) {
-        CZephModalData point(&ports, 1e9);
-        EXPECT_EQ(point.GetValue(c.kind, c.i, c.j), Complex());
-        EXPECT_EQ(point.SetValue(c.kind, {3, 4}, c.i, c.j), c.set) << int(c.kind);
-        EXPECT_EQ(point.GetValue(c.kind, c.i, c.j), c.set ? Complex(3, 4) : Complex()) << int(c.kind);
-        point.SetOwner(nullptr);
-        EXPECT_FALSE(point.SetValue(c.kind, {3, 4}, c.i, c.j));
-        EXPECT_EQ(point.GetValue(c.kind, c.i, c.j), Complex());
-    }
-    SolverPoint solver;
-    EXPECT_TRUE(solver.point.GetTerminalData(true));
-    EXPECT_EQ(solver.point.GetValue(Kind::TerminalSMatrix, 0, 0), Complex())
-        << "there is a form, but not here";
-    EXPECT_NEAR(solver.point.GetValue(Kind::Vswr, 1, 1).re, 3.0, 1e-14);
-}
-
-TEST(ZephModal, RenormalisationIsTheOneByWayOfYForOrdinaryNetworks) {
-    Networks networks(5);
-    for (const int n : {1, 2, 3, 5, 8, 16}) {
-        Ports ports(n);
-        ComplexMatrix s = networks.Passive(n);
-        ComplexVector z = networks.ComplexImpedances(n);
-        const ComplexVector other = networks.ComplexImpedances(n);
-        CZephModalData point(&ports, 1e9);
-        point.SetSMatrix(&s, true);
-        point.SetZpi(&z, true);
-        CNetworkModalData plain(&ports, 1e9);
-        plain.SetSMatrix(&s, true);
-        plain.SetPortImpedance(&z, true);
-        const ComplexMatrix network = *plain.GetZMatrix(true);
-        ASSERT_TRUE(point.Renormalize(other));
-        ASSERT_TRUE(plain.Renormalize(other));
-        EXPECT_LT(LargestDifference(*point.GetSMatrix(false), *plain.GetSMatrix(false)), 1e-13) << n;
-        EXPECT_LT(LargestDifference(*point.GetSMatrix(false), Transpose(*point.GetSMatrix(false))), 1e-13);
-        EXPECT_LT(LargestDifference(*point.GetZMatrix(true), network), 1e-9) << "the network is the same";
-        ASSERT_TRUE(point.Renormalize(z));
-        EXPECT_LT(LargestDifference(*point.GetSMatrix(false), s), 1e-12) << "there and back";
-    }
-}
-
 // One mode: z = z0 (1 + s) / (1 - s) is 150 ohm, 0.5 at 50 ohm and -0.25 at 250; the column of T grows by the root of 5.
 TEST(ZephModal, RenormalisationOfOneModeByHand) {
     Ports ports(1);
@@ -162,20 +98,6 @@ TEST(ZephModal, RenormalisationOfOneModeByHand) {
     EXPECT_EQ(point.GetValue(Kind::YMatrix, 0, 0), Complex(9)) << "stays as it was";
     ASSERT_TRUE(point.Renormalize(*point.GetPortImpedance()));
     EXPECT_NEAR(point.GetValue(Kind::SMatrix, 0, 0).re, -0.25, 1e-15);
-}
-
-TEST(ZephModal, RenormalisationTakesTwoRoots) {
-    Ports ports(1);
-    CZephModalData point(&ports, 1e9);
-    const Complex z(-30, -40), other(7, 24); // the root of z z is -z, that of z times itself is z
-    point.SetValue(Kind::SMatrix, {0.25, 0.5}, 0, 0);
-    point.SetValue(Kind::Zpi, z, 0, 0);
-    const Complex s(0.25, 0.5);
-    Complex w = (Complex(1) + s) * (Complex(1) / (Complex(1) - s));
-    w = w * sqrt(z) * sqrt(z) / (sqrt(other) * sqrt(other));
-    ASSERT_TRUE(point.Renormalize(Vector_({other})));
-    const Complex expected = (w - Complex(1)) / (w + Complex(1));
-    EXPECT_LT(abs(point.GetValue(Kind::SMatrix, 0, 0) - expected), 1e-15);
 }
 
 TEST(ZephModal, RenormalisationSaysWhatItLacks) {
