@@ -11,7 +11,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
 #include <complex>
 #include <functional>
 #include <map>
@@ -19,6 +18,8 @@
 #include <stdexcept>
 
 namespace {
+
+constexpr double kLeastReference = 1e-10; // ohm; one below counts as none, and its row would stay as it is
 
 constexpr char kNetFooter[] = R"(
 A network is a Touchstone file (.sNp, .ts) or a solution as text (.sol) or binary (.solb); "-" reads standard input.
@@ -76,11 +77,10 @@ CLI::Option* AddParsed(CLI::App* command, const std::string& name, Value& value,
 }
 
 std::vector<std::complex<double>> ParseReferences(const std::string& text) {
-    static constexpr double kLeast = 1e-10; // what is below it counts as none, and its row would stay as it is
     std::vector<std::complex<double>> references = ParseComplexList(text);
-    if (std::any_of(references.begin(), references.end(),
-                    [](const auto& reference) { return !(std::abs(reference) > kLeast); }))
-        throw std::invalid_argument("'" + text + "' holds a reference of 0 ohm");
+    for (const std::complex<double>& reference : references)
+        if (!(std::abs(reference) > kLeastReference))
+            throw std::invalid_argument("'" + text + "' holds a reference of 0 ohm");
     return references;
 }
 
