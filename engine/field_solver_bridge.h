@@ -5,6 +5,9 @@
 // scattering matrix, rows first, each element as its real and its imaginary part. A frequency that the reply doesn't hold is
 // interpolated as the reply's solution states, and by Neville's method if it states nothing.
 //
+// The way to 50 ohm leads through the admittances. Where a network has none it comes out as another one, and the client is
+// warned in words; data without references stay as they are.
+//
 // Nothing is kept between requests. A request runs on the job's worker thread, inside the kernel's call, and blocks it until
 // the client has answered.
 #pragma once

@@ -170,6 +170,42 @@ TEST_F(FieldSolverTest, EveryPortIsReferredToFiftyOhm) {
     }
 }
 
+TEST_F(FieldSolverTest, ANetworkThatTheWayThroughAdmittancesChangesIsToldWithTheAnswer) {
+    const double third = 1.0 / 3;
+    const std::vector<double> through = {0, 1, 1, 0}, open = {1, 0, 0, 1};
+    struct Row {
+        const char* what;
+        double ohms;
+        std::vector<Point> points;
+        const char* words; // empty: nothing is posted
+    };
+    const Row rows[] = {
+        {"through", 50, {{1e9, through}, {2e9, {0.5, 0.5, 0.5, 0.5}}}, "at 1000000000 Hz the network"},
+        {"throughs", 75, {{1e9, through}, {2e9, through}}, "at 2 frequencies from 1000000000 Hz on the"},
+        {"short", 75, {{1e9, {-1}}, {2e9, {0}}}, "at 1000000000 Hz the network"},
+        {"tee, singular but for rounding",
+         75,
+         {{1e9, {-third, 2 * third, 2 * third, 2 * third, -third, 2 * third, 2 * third, 2 * third, -third}},
+          {2e9, {0, 0, 0, 0, 0, 0, 0, 0, 0}}},
+         "at 1000000000 Hz the network"},
+        {"open", 75, {{1e9, open}, {2e9, open}}, ""},
+        {"through without a reference", 0, {{1e9, through}, {2e9, through}}, ""},
+        {"ordinary", 75, {Series(1e9, 1e-3, 75), Series(2e9, 100, 75)}, ""},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        const Calls calls = Ask(With(Solution(kAdaptive, row.ohms, row.points)), "field d N1 - 100 1e9 2e9");
+        const bool isTold = *row.words;
+        ASSERT_EQ(calls.size(), isTold ? 3u : 2u) << testing::PrintToString(calls);
+        if (isTold) {
+            EXPECT_TRUE(
+                calls[0].starts_with(std::string("message 0 Network data of N1 (design d): ") + row.words))
+                << calls[0];
+        }
+        EXPECT_TRUE(calls[isTold].starts_with("message 2 field 0 ")) << calls[isTold];
+    }
+}
+
 TEST_F(FieldSolverTest, AKernelWithTooLittleRoomIsToldHowMuchItNeeds) {
     const std::string reply = Solution(kAdaptive, 50, {Series(1e9, 100, 50), Series(2e9, 200, 50)});
     struct Row {

@@ -89,9 +89,42 @@ int CountNumbers(CNetworkDataSolution& solution, std::span<const double> frequen
     return static_cast<int>(count);
 }
 
-void ReferToFiftyOhm(CNetworkDataSolution& solution, double first) {
-    const ComplexVector impedances(MatrixAt(solution, first).Rows(), Complex(kReferenceOhms, 0.0));
+bool IsIdentity(const ComplexMatrix& m) {
+    for (int i = 0; i < m.Rows(); ++i)
+        for (int j = 0; j < m.Columns(); ++j)
+            if (!(m[i][j] == Complex(i == j ? 1.0 : 0.0)))
+                return false;
+    return m.IsSquare();
+}
+
+// Whether S, which is that of open ports or isn't, came by admittances that say something. Those of a network that has none,
+// as a short or an ideal through, come out as zeros, which are an open's, or as what rounding makes of infinity.
+bool CameByAdmittances(CNetworkData& point, bool isOpen) {
+    constexpr double kMost = 1e8 / kReferenceOhms; // [S]; half of the digits are gone
+    const ComplexMatrix* y = point.GetYMatrix(false);
+    if (!y || y->Size() == 0)
+        return true;
+    double largest = 0;
+    for (int k = 0; k < y->Size(); ++k)
+        largest = std::max(largest, abs(y->Data()[k]));
+    return largest == 0 ? isOpen : largest < kMost;
+}
+
+// Gives the frequencies at which that made another network of the data.
+std::vector<double> ReferToFiftyOhm(CNetworkDataSolution& solution, std::span<const double> frequencies) {
+    std::vector<bool> areOpen;
+    for (double frequency : frequencies)
+        areOpen.push_back(IsIdentity(MatrixAt(solution, frequency)));
+    const ComplexVector impedances(MatrixAt(solution, frequencies.front()).Rows(),
+                                   Complex(kReferenceOhms, 0.0));
     solution.RenormalizePorts(impedances, true);
+    std::vector<double> lost;
+    for (std::size_t i = 0; i < frequencies.size(); ++i) {
+        CNetworkData* point = solution.GetData(frequencies[i], kFrequencyTolerance, true, false);
+        if (point && !CameByAdmittances(*point, areOpen[i]))
+            lost.push_back(frequencies[i]);
+    }
+    return lost;
 }
 
 int WriteNumbers(CNetworkDataSolution& solution, std::span<const double> frequencies, std::span<double> out) {
@@ -111,16 +144,33 @@ int WriteNumbers(CNetworkDataSolution& solution, std::span<const double> frequen
     return static_cast<int>(count);
 }
 
-// A frequency that the data doesn't give may be one that the kernel can do without; it says so if it can't.
-void Post(const FieldSolverBridge::Request& request, int result, const AString& reason) noexcept {
+void Post(const FieldSolverBridge::Request& request, std::int32_t severity, const char16_t* what,
+          const AString& text) noexcept {
     try {
-        const auto text = [](const char* bytes) { return bytes ? AString(bytes) : AString(); };
-        PostText(result == FieldSolverBridge::kNoPoint ? kSeverityWarning : kSeverityError,
-                 AString(u"No network data for " + text(request.compInstID) + u" (design " +
-                         text(request.designName) + u"): " + reason + u"."));
+        const auto name = [](const char* bytes) { return bytes ? AString(bytes) : AString(); };
+        PostText(severity, AString(what + name(request.compInstID) + u" (design " + name(request.designName) +
+                                   u"): " + text + u"."));
     } catch (...) {
-        // The result says it, too.
+        // A result says it, too.
     }
+}
+
+// A frequency that the data doesn't give may be one that the kernel can do without; it says so if it can't.
+void PostFailure(const FieldSolverBridge::Request& request, int result, const AString& reason) noexcept {
+    Post(request, result == FieldSolverBridge::kNoPoint ? kSeverityWarning : kSeverityError,
+         u"No network data for ", reason);
+}
+
+void PostLost(const FieldSolverBridge::Request& request, const std::vector<double>& lost) {
+    AString where = u"at " + Hertz(lost.front());
+    if (lost.size() > 1) {
+        where.Format(u"at %d frequencies from ", static_cast<int>(lost.size()));
+        where += Hertz(lost.front()) + u" on";
+    }
+    Post(request, kSeverityWarning, u"Network data of ",
+         where + u" the network has no admittances, by which it is referred to 50 ohm (nor has a short or an "
+                 u"ideal through): what the simulation gets there is another one. S at 50 ohm without "
+                 u"references stays as it is");
 }
 
 int Ask(IKeldaSolutionInterface& client, const FieldSolverBridge::Request& request, UniqueBstr& reply) {
@@ -160,14 +210,16 @@ int FieldSolverBridge::Answer(const Request& request, std::span<double> out, int
             count = needed;
             return kTooSmall;
         }
-        ReferToFiftyOhm(*solution, request.frequencies.front());
+        const std::vector<double> lost = ReferToFiftyOhm(*solution, request.frequencies);
+        if (!lost.empty())
+            PostLost(request, lost);
         count = WriteNumbers(*solution, request.frequencies, out);
         return kGood;
     } catch (const Failure& failure) {
-        Post(request, failure.result, failure.text);
+        PostFailure(request, failure.result, failure.text);
         return failure.result;
     } catch (...) {
-        Post(request, kNotReadable, u"there is no memory for the reply");
+        PostFailure(request, kNotReadable, u"there is no memory for the reply");
         return kNotReadable;
     }
 }
