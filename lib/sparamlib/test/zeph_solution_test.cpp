@@ -471,6 +471,31 @@ TEST(ZephSolution, OfADiscreteSweepCountsAsOneOnlyByTerminalPoints) {
     }
 }
 
+TEST(ZephSolution, NamesTerminalRowsByTheirPairsElseByPortAndTerminal) {
+    const auto pair = [](const std::string& port, const std::string& names, int positive, int negative) {
+        return "$begin Pair\nPortName='" + port + "' DiffName='d" + names + "' CommonName='c" + names +
+               "' PosTerminalIndex=" + std::to_string(positive) +
+               " NegTerminalIndex=" + std::to_string(negative) + "\n$end Pair\n";
+    };
+    io::CBlock block = SolutionBlock(
+        "PortModes(1, 1, 1, 2)\nPortTerminals('a', 'x', 'y')\n"
+        "$begin Ports\nPort(PortName='A')\nPort(PortName='P')\nPort(PortName='P')\nPort(PortName='Q')\n$end "
+        "Ports\n"
+        "$begin DifferentialPairs\nany=1\n" +
+        pair("p", "0", 1, 2) + pair("P", "1", 2, 1) + pair("P", "2", 1, 2) + pair("A", "3", 3, 1) +
+        "$end DifferentialPairs\n");
+    CZephTerminalSolution solution;
+    ASSERT_EQ(solution.ReadFromBlock(block), 0);
+    const char16_t* names[] = {u"A:a", u"c1", u"d1", u"Q:", u"Q:"};
+    ASSERT_EQ(solution.GetMatrixSize(), 5);
+    for (unsigned row = 0; row < 5; ++row) {
+        const CMatrixEntry& entry = *solution.GetMatrixEntry(row);
+        EXPECT_EQ(entry.m_TerminalEntryName, AString(names[row]));
+        EXPECT_EQ(entry.m_AliasName, AString(names[row]));
+        EXPECT_EQ(entry.m_Mode, row == 4 ? 2 : 1);
+    }
+}
+
 TEST(ZephSolution, InterpolatesByItsTypeAndItsSweep) {
     for (int type = 0; type <= 7; ++type) {
         for (bool hasSweep : {false, true}) {
