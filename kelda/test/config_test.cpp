@@ -80,7 +80,7 @@ TEST_F(ConfigTest, AWrongNameOrValueIsRefusedInWords) {
           {{"set", "n", "x", "--type", "float"}, 2, "float"},
           {{"set", "n"}, 2, "VALUE"},
           {{"get"}, 2, "NAME"},
-          {{}, 2, "subcommand"}}) {
+          {{}, 2, "a command is required: get, set, unset, list\n"}}) {
         Finished run = Config(c.arguments);
         EXPECT_EQ(run.status, c.status) << run.err;
         EXPECT_NE(run.err.find(c.says), std::string::npos) << run.err;
