@@ -17,6 +17,10 @@ inline constexpr int kDoubleTag = 78;
 inline constexpr int kMostNumberBytes = 8;
 inline constexpr std::size_t kMostShortText = 255; // bytes of a text whose length is one byte
 
+constexpr wchar16 Tag(TokenType kind) {
+    return static_cast<wchar16>(kind);
+}
+
 constexpr TokenType UnsignedKind(int length) {
     return length <= 2   ? TokenType::UnsignedShort
            : length <= 4 ? TokenType::UnsignedInt

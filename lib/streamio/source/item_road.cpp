@@ -27,10 +27,6 @@ enum ScanState {
     kClosed = 15      // likewise
 };
 
-constexpr wchar16 Tag(TokenType kind) {
-    return static_cast<wchar16>(kind);
-}
-
 bool IsNumberState(int state) {
     return state >= kFirstOfNumber && state <= kLastOfNumber;
 }

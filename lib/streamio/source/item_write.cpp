@@ -244,10 +244,6 @@ bool CToken_textstreambuf::WriteBlockEdge(std::u16string_view keyword, std::u16s
 
 namespace {
 
-constexpr wchar16 Tag(TokenType kind) {
-    return static_cast<wchar16>(kind);
-}
-
 // Null for a text that is long or holds characters above 127.
 wchar16* SpreadText(wchar16* out, TokenType kind, const CToken& token) {
     wchar16* const first = out + 2;
