@@ -279,7 +279,7 @@ std::uint32_t SizeOfTree(const CBlock_item& root, CAbstract_ostream& s) {
                     BinaryTextSize(Utf8Length(s.GetEndKeyword())) + 2;
         else
             size += SizeOfPlainToken(item.GetNameToken()) + 4;
-        Frame& frame = frames.emplace_back(Container(item));
+        Frame& frame = frames.emplace_back(Frame{Container(item)});
         if (const std::uint64_t pairs = SizeOfPairs(frame.container.block)) {
             size += pairs;
             frame.next = item.GetSize();
