@@ -7,6 +7,7 @@
 #include "program_run.h"
 
 #include <kernel/ckt_kernel.h>
+#include <testtools/temporary_folder.h>
 
 #include <fmt/format.h>
 
@@ -15,7 +16,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -23,8 +23,6 @@
 #include <vector>
 
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr int samples = 1000;
 constexpr double step = 20e-9; // between two samples [s]
@@ -102,11 +100,9 @@ int main(int argc, char** argv) {
     if (argc == 3 && std::string_view(argv[1]) == "--library")
         return run_library(argv[2]);
     const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 9;
-    std::string folder = (fs::temp_directory_path() / "cosim_kernel_bench_XXXXXX").string();
-    if (!::mkdtemp(folder.data()))
-        return 1;
-    const std::string driven = folder + "/driven.cir", waveform = folder + "/waveform.cir",
-                      in = folder + "/in.csv";
+    const testtools::TemporaryFolder folder("cosim_kernel_bench");
+    const std::string driven = folder.File("driven.cir"), waveform = folder.File("waveform.cir"),
+                      in = folder.File("in.csv");
     std::ofstream(driven) << netlist(true);
     std::ofstream(waveform) << netlist(false);
     std::ofstream in_file(in);
@@ -115,20 +111,20 @@ int main(int argc, char** argv) {
     in_file.close();
 
     Contender contenders[] = {
-        {"kernel, waveform", {"/proc/self/exe", "--library", waveform}, "/waveform.tran.csv"},
-        {"kernel, driven", {"/proc/self/exe", "--library", driven}, "/driven.tran.csv"},
-        {"kelda run, waveform", {BENCH_KELDA, "run", waveform}, "/waveform.tran.csv"},
+        {"kernel, waveform", {"/proc/self/exe", "--library", waveform}, "waveform.tran.csv"},
+        {"kernel, driven", {"/proc/self/exe", "--library", driven}, "driven.tran.csv"},
+        {"kelda run, waveform", {BENCH_KELDA, "run", waveform}, "waveform.tran.csv"},
         {"kelda run, driven",
-         {BENCH_KELDA, "run", driven, "--cosim-in", in, "--cosim-out", folder + "/out.csv"},
-         "/driven.tran.csv"},
+         {BENCH_KELDA, "run", driven, "--cosim-in", in, "--cosim-out", folder.File("out.csv")},
+         "driven.tran.csv"},
         {"the same, block of 1",
-         {BENCH_KELDA, "run", driven, "--cosim-in", in, "--cosim-out", folder + "/out.csv", "--cosim-block",
-          "1"},
-         "/driven.tran.csv"}};
+         {BENCH_KELDA, "run", driven, "--cosim-in", in, "--cosim-out", folder.File("out.csv"),
+          "--cosim-block", "1"},
+         "driven.tran.csv"}};
     for (int round = 0; round < rounds; ++round)
         for (Contender& contender : contenders) {
             contender.times.push_back(RunProgram(contender.words).processor);
-            std::ifstream file(folder + contender.results);
+            std::ifstream file(folder.File(contender.results));
             contender.points = std::count(std::istreambuf_iterator<char>(file), {}, '\n') - 1;
         }
     fmt::print("{} samples, processor time of {} rounds and its ratio to that of the waveform\n"
@@ -141,5 +137,4 @@ int main(int argc, char** argv) {
                    Best(contender.times), Median(contender.times), ratio, contender.points,
                    ratio * static_cast<double>(base.points) / static_cast<double>(contender.points));
     }
-    fs::remove_all(folder);
 }

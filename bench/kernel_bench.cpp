@@ -6,6 +6,7 @@
 #include "program_run.h"
 
 #include <kernel/ckt_kernel.h>
+#include <testtools/temporary_folder.h>
 
 #include <fmt/format.h>
 
@@ -13,15 +14,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace {
-
-namespace fs = std::filesystem;
 
 // A line of coils and capacitors with diodes across it: a few dozen nodes.
 std::string netlist(int stages) {
@@ -52,14 +50,12 @@ int main(int argc, char** argv) {
     if (argc == 3 && std::string_view(argv[1]) == "--library")
         return run_library(argv[2]);
     const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 9;
-    std::string folder = (fs::temp_directory_path() / "kernel_bench_XXXXXX").string();
-    if (!::mkdtemp(folder.data()))
-        return 1;
-    const std::string circuit = folder + "/line.cir";
+    const testtools::TemporaryFolder folder("kernel_bench");
+    const std::string circuit = folder.File("line.cir");
     std::ofstream(circuit) << netlist(12);
 
     Contender contenders[] = {
-        {"ngspice -b -r", {"ngspice", "-b", "-r", folder + "/peer.raw", circuit}, {}, {}},
+        {"ngspice -b -r", {"ngspice", "-b", "-r", folder.File("peer.raw"), circuit}, {}, {}},
         {"kernel library", {"/proc/self/exe", "--library", circuit}, {}, {}},
         {"kelda run", {BENCH_KELDA, "run", circuit}, {}, {}}};
     for (int round = 0; round < rounds; ++round)
@@ -76,5 +72,4 @@ int main(int argc, char** argv) {
         fmt::print("{:<16} {:8.0f} ms {:7.3f} {:10.0f} ms {:7.3f}\n", contender.name, Median(contender.clock),
                    Median(contender.clock) / clock, Median(contender.processor),
                    Median(contender.processor) / processor);
-    fs::remove_all(folder);
 }

@@ -6,6 +6,7 @@
 #include "measure.h"
 
 #include <kernel/ckt_kernel.h>
+#include <testtools/temporary_folder.h>
 
 #include <fmt/format.h>
 
@@ -17,7 +18,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
-#include <filesystem>
 #include <fstream>
 #include <numbers>
 #include <string>
@@ -25,7 +25,6 @@
 
 namespace {
 
-namespace fs = std::filesystem;
 using Complex = std::complex<double>;
 
 constexpr int sections = 500, ports = 4;
@@ -107,14 +106,12 @@ int main(int argc, char** argv) {
     const auto run = reinterpret_cast<decltype(&analyze)>(::dlsym(library, "analyze"));
     reinterpret_cast<decltype(&set_cosim_call_back)>(::dlsym(library, "set_cosim_call_back"))(
         "FieldSolver", reinterpret_cast<void*>(&answer_request));
-    std::string folder = (fs::temp_directory_path() / "nport_bench_XXXXXX").string();
-    if (!::mkdtemp(folder.data()))
-        return 1;
+    const testtools::TemporaryFolder folder("nport_bench");
     fmt::print("{} sections, {} ports, 1001 frequencies, processor time of {} rounds\n"
                "                        elements     N-port   ratio of best  of medians\n",
                sections, ports, rounds);
     for (const bool all : {false, true}) {
-        Contender contenders[] = {{folder + "/elements.cir"}, {folder + "/nport.cir"}};
+        Contender contenders[] = {{folder.File("elements.cir")}, {folder.File("nport.cir")}};
         for (int which = 0; which < 2; ++which)
             std::ofstream(contenders[which].circuit) << netlist(which == 1, all);
         for (int round = 0; round < rounds; ++round)
@@ -132,5 +129,4 @@ int main(int argc, char** argv) {
                    all ? "all vectors kept" : "one vector kept", best[0], best[1], best[1] / best[0],
                    Median(contenders[1].times) / Median(contenders[0].times));
     }
-    fs::remove_all(folder);
 }

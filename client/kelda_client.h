@@ -13,7 +13,9 @@
 // Threads: any thread may call the engine object. A job's callbacks come one after the other on a thread of
 // the library, never on the thread that started the job; a callback may call the engine, to start the next
 // job from AnalysisDone for instance. What the engine has to say within a call comes on the thread that makes
-// the call. Once AbortAnalysis has returned, no further callback of that job begins.
+// the call. Once AbortAnalysis has returned, no further callback of that job begins; one that is under way isn't
+// waited for, and may go on while the program ends: what it uses belongs to its object, which is kept for it, and
+// not to what is destroyed with main.
 #pragma once
 
 #include <keldasimenginelib/keldasimenginelib.h>

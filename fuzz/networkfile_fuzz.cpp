@@ -7,14 +7,12 @@
 #include <streamio/abstract_stream.h>
 #include <streamio/delimiter_grammar_default.h>
 #include <streamio/stored_file.h>
-
-#include <unistd.h>
+#include <testtools/temporary_folder.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
@@ -25,21 +23,6 @@ void Require(bool holds) {
     if (!holds)
         std::abort();
 }
-
-class Folder {
-public:
-    Folder() : m_Path(std::filesystem::temp_directory_path() / "networkfile_fuzz_XXXXXX") {
-        Require(mkdtemp(m_Path.data()));
-    }
-    ~Folder() { std::filesystem::remove_all(m_Path); }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-
-    std::string File(const std::string& name) const { return m_Path + '/' + name; }
-
-private:
-    std::string m_Path;
-};
 
 // Nothing if that is an error.
 template <class Make>
@@ -92,7 +75,7 @@ void GiveToEngine(const std::string& file, std::string_view bytes) {
 } // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const Folder folder;
+    static const testtools::TemporaryFolder folder("networkfile_fuzz");
     static const std::string names[] = {"x.sol", "x.solb", "x.s1p", "x.s2p", "x.y3p", "x.ts", "x"};
     if (size < 1)
         return 0;

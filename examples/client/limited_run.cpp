@@ -14,9 +14,8 @@
 
 namespace {
 
-// The words of a message, in the user's language where there is a catalogue of it; else the text that it carries.
-std::string Words(BSTR form) {
-    static MessageCatalogue catalogue;
+// The words of a message, in the user's language where the catalogue has it; else the text that it carries.
+std::string Words(BSTR form, MessageCatalogue& catalogue) {
     OrvaneMessage message(0, 0, 0, 0, 0, AString(), AString());
     message.FromText(AString(form, SysStringLen(form)));
     const AString* carried = message.GetArgumentText(0);
@@ -36,11 +35,13 @@ public:
         return S_OK;
     }
     HRESULT PostOrvaneMessage(BSTR message) override {
-        std::fprintf(stderr, "%s\n", Words(message).c_str());
+        std::fprintf(stderr, "%s\n", Words(message, m_Catalogue).c_str());
         return S_OK;
     }
 
 private:
+    // Of this object, which a callback keeps alive: one that is under way may outlast even main.
+    MessageCatalogue m_Catalogue;
     int m_Tenths = 0;
 };
 

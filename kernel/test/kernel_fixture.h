@@ -4,6 +4,8 @@
 
 #include <ckt_kernel.h>
 
+#include <testtools/temporary_folder.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -64,10 +66,6 @@ private:
 class KernelTest : public testing::Test {
 protected:
     KernelTest() {
-        std::string name = (std::filesystem::temp_directory_path() / "kernel_test_XXXXXX").string();
-        if (!::mkdtemp(name.data()))
-            throw std::runtime_error("no folder for the test");
-        folder = name;
         m_library = ::dlopen(KERNEL_LIBRARY, RTLD_NOW | RTLD_LOCAL);
         if (!m_library)
             throw std::runtime_error(::dlerror());
@@ -80,11 +78,7 @@ protected:
         set_project_path(folder.c_str());
         listen();
     }
-    ~KernelTest() override {
-        ::dlclose(m_library);
-        std::error_code ignored;
-        std::filesystem::remove_all(folder, ignored);
-    }
+    ~KernelTest() override { ::dlclose(m_library); }
 
     void listen() {
         set_progress_call_back([](double share) {
@@ -147,7 +141,8 @@ protected:
         });
     }
 
-    std::filesystem::path folder;
+    const testtools::TemporaryFolder own_folder{"kernel_test"};
+    const std::filesystem::path& folder = own_folder.Path();
     decltype(&::set_project_path) set_project_path = nullptr;
     decltype(&::set_progress_call_back) set_progress_call_back = nullptr;
     decltype(&::set_error_call_back) set_error_call_back = nullptr;

@@ -3,9 +3,9 @@
 // A token is a kind and, by its kind, a number or a text. A number is always held as a double; the kinds
 // Short to Hex only say how it was written and how it will be written again, so integers above 2^53 lose
 // digits. A number that was read may keep the text it was read from ("source text"). Tokens are 16 bytes and
-// cheap to copy: texts of up to 3 characters, and of up to 15 in ASCII, stand in the token, longer ones are shared
-// by a plain count, and the source text of an ordinarily spelled number costs nothing beyond the token. A token and its copies stay
-// on one thread at a time.
+// cheap to copy: texts of up to 3 characters, and of up to 15 in ASCII, stand in the token, longer ones are
+// shared by a plain count, and the source text of an ordinarily spelled number costs nothing beyond the token.
+// A token and its copies stay on one thread at a time.
 #pragma once
 
 #include <streamio/pool_allocator.h>
@@ -184,8 +184,8 @@ private:
     // the first of a text's packed characters. Each text is held in the first of the ways that can hold it, so
     // that equal short texts are equal bits.
     static constexpr std::size_t kInlineLength = 3;
-    static constexpr std::size_t kPackedLength =
-        15; // a byte each: the head's upper seven, then the other word's
+    // A byte each: the head's upper seven, then those of the other word.
+    static constexpr std::size_t kPackedLength = 15;
     static constexpr std::uint64_t kKindMask = 31;
     static constexpr std::uint64_t kTextMask = 3 << 5;
     static constexpr std::uint64_t kSharedText = 1 << 5;

@@ -1,13 +1,13 @@
 // Tests with files.
 #pragma once
 
+#include <testtools/temporary_folder.h>
+
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 
 namespace testtools {
@@ -20,15 +20,10 @@ inline std::string ReadAll(const std::filesystem::path& file) {
     return text.str();
 }
 
-// A folder of the test's own, which goes with it.
+// A test with a folder of its own, which goes with it.
 class FolderTest : public testing::Test {
 protected:
-    explicit FolderTest(const std::string& name)
-        : m_Folder(Make(std::filesystem::temp_directory_path() / (name + "_XXXXXX"))) {}
-    ~FolderTest() override {
-        std::error_code ignored; // a process of the test may be leaving it only now
-        std::filesystem::remove_all(m_Folder, ignored);
-    }
+    explicit FolderTest(const std::string& name) : m_Temporary(name), m_Folder(m_Temporary.Path()) {}
 
     void Write(const std::string& name, const std::string& bytes = {}) const {
         std::ofstream(m_Folder / name, std::ios::binary) << bytes;
@@ -36,14 +31,11 @@ protected:
     void Remove(const std::string& name) const { std::filesystem::remove(m_Folder / name); }
     bool Exists(const std::string& name) const { return std::filesystem::exists(m_Folder / name); }
 
-    const std::filesystem::path m_Folder;
-
 private:
-    static std::filesystem::path Make(std::string pattern) {
-        if (!mkdtemp(pattern.data()))
-            throw std::runtime_error("no folder for the test: " + pattern);
-        return pattern;
-    }
+    const TemporaryFolder m_Temporary;
+
+protected:
+    const std::filesystem::path& m_Folder;
 };
 
 } // namespace testtools

@@ -642,13 +642,14 @@ void CDelimiter_grammar_default::AddDelimiterChars(const wchar16*) {
     TARVOK_ASSERT_TEXT(false, "0");
 }
 
+// The default grammars are never destroyed: a thread may read while the program ends.
 const CToken_grammar_default& DefaultTokenGrammar() {
-    static const CToken_grammar_default grammar;
+    static const auto& grammar = *new CToken_grammar_default;
     return grammar;
 }
 
 const CDelimiter_grammar_default& DefaultDelimiterGrammar() {
-    static const CDelimiter_grammar_default grammar;
+    static const auto& grammar = *new CDelimiter_grammar_default;
     return grammar;
 }
 

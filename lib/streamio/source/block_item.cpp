@@ -1,3 +1,4 @@
+#include "integer_kind.h"
 #include "name_compare.h"
 #include "tree_reader.h"
 #include "tree_walk.h"
@@ -186,43 +187,27 @@ bool CBlock_value::TakeContent(CBlock_item& other) {
 }
 
 void CBlock_value::WriteValue(const CToken& value, CAbstract_ostream& s) {
+    const TokenType kind = value.GetType();
     const double number = value.GetDouble();
-    const auto within = [number](double low, double high) { return number >= low && number <= high; };
-    switch (value.GetType()) {
-    case TokenType::Short:
-        if (within(-32768, 32767))
+    if (IsWrittenInteger(kind, number)) {
+        switch (kind) {
+        case TokenType::Short:
             return s.Write(static_cast<short>(number));
-        break;
-    case TokenType::Int:
-        if (within(-2147483648.0, 2147483647.0))
+        case TokenType::Int:
             return s.Write(static_cast<int>(number));
-        break;
-    case TokenType::Long:
-        if (within(-2147483648.0, 2147483647.0))
+        case TokenType::Long:
             return s.Write(static_cast<long>(number));
-        break;
-    case TokenType::UnsignedShort:
-        if (within(0, 65535))
-            return s.Write(static_cast<unsigned int>(number));
-        break;
-    case TokenType::UnsignedInt:
-        if (within(0, 4294967295.0))
-            return s.Write(static_cast<unsigned int>(number));
-        break;
-    case TokenType::UnsignedLong:
-        if (within(0, 4294967295.0))
+        case TokenType::UnsignedLong:
             return s.Write(static_cast<unsigned long>(number));
-        break;
-    case TokenType::Hex: {
-        const bool former = s.SetHex(true);
-        s.Write(value);
-        s.SetHex(former);
-        return;
+        default:
+            return s.Write(static_cast<unsigned int>(number));
+        }
     }
-    default:
-        break;
-    }
+    if (kind != TokenType::Hex)
+        return s.Write(value);
+    const bool former = s.SetHex(true);
     s.Write(value);
+    s.SetHex(former);
 }
 
 void CBlock_named_value::Read(CAbstract_istream& s) {

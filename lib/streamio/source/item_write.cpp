@@ -1,5 +1,6 @@
 // Whole items straight into the memory of an output stream. What isn't as usual is left to the operations for single tokens.
 #include "binary_number.h"
+#include "integer_kind.h"
 #include "memory_streambuf.h"
 #include "number_text.h"
 #include "plain_text.h"
@@ -65,24 +66,6 @@ bool IsPrintable(const wchar16* begin, const wchar16* end) {
     while (at < end && *at >= u' ' && *at < 127 && *at != u'\'' && *at != u'"' && *at != u'\\')
         ++at;
     return at == end;
-}
-
-// The numbers that go out in the width of their kind, as CBlock_value writes them.
-bool IsWrittenInteger(TokenType kind, double value) {
-    switch (kind) {
-    case TokenType::Short:
-        return value >= -32768 && value <= 32767;
-    case TokenType::Int:
-    case TokenType::Long:
-        return value >= -2147483648.0 && value <= 2147483647.0;
-    case TokenType::UnsignedShort:
-        return value >= 0 && value <= 65535;
-    case TokenType::UnsignedInt:
-    case TokenType::UnsignedLong:
-        return value >= 0 && value <= 4294967295.0;
-    default:
-        return false;
-    }
 }
 
 } // namespace

@@ -101,6 +101,15 @@ inline const wchar16* PassAlphanumerics(const wchar16* at, const wchar16* end) {
     return plain::PassEights(at, end, plain::Alphanumeric);
 }
 
+// Likewise over printable characters of ASCII but quotes and "\".
+inline const wchar16* PassPrintables(const wchar16* at, const wchar16* end) {
+    return plain::PassEights(at, end, [](__m128i units) {
+        const auto is = [units](char ch) { return _mm_cmpeq_epi16(units, _mm_set1_epi16(ch)); };
+        const __m128i marked = _mm_or_si128(_mm_or_si128(is('\''), is('"')), is('\\'));
+        return _mm_andnot_si128(marked, plain::Within(units, ' ', '~'));
+    });
+}
+
 // Whether a text is 4 to 16 letters and digits of ASCII.
 inline bool IsShortWord(std::u16string_view text) {
     const wchar16* const units = text.data();
@@ -114,15 +123,6 @@ inline bool IsShortWord(std::u16string_view text) {
     if (size > 8)
         marks = _mm_and_si128(marks, plain::Alphanumeric(_mm_unpacklo_epi64(load(4), load(size - 8))));
     return _mm_movemask_epi8(marks) == 0xFFFF;
-}
-
-// Likewise over printable characters of ASCII but quotes and "\".
-inline const wchar16* PassPrintables(const wchar16* at, const wchar16* end) {
-    return plain::PassEights(at, end, [](__m128i units) {
-        const auto is = [units](char ch) { return _mm_cmpeq_epi16(units, _mm_set1_epi16(ch)); };
-        const __m128i marked = _mm_or_si128(_mm_or_si128(is('\''), is('"')), is('\\'));
-        return _mm_andnot_si128(marked, plain::Within(units, ' ', '~'));
-    });
 }
 #else
 inline const wchar16* PassAlphanumerics(const wchar16* at, const wchar16*) {

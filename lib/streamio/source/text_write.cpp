@@ -1,4 +1,5 @@
 // The writing half of the text buffer.
+#include "integer_kind.h"
 #include "memory_streambuf.h"
 #include "number_text.h"
 #include "scan_tables.h"
@@ -264,7 +265,6 @@ void CToken_textstreambuf::Write(const CToken& token, long flags) {
     CToken::Scratch scratch;
     const TokenType kind = token.GetType();
     const double value = token.GetDouble();
-    const auto within = [value](double low, double high) { return value >= low && value <= high; };
     switch (kind) {
     case TokenType::True:
     case TokenType::False:
@@ -286,37 +286,27 @@ void CToken_textstreambuf::Write(const CToken& token, long flags) {
     }
     if (const std::u16string_view text = token.GetText(scratch); !text.empty())
         return PutToken(kind, text);
-    switch (kind) {
-    case TokenType::Short:
-        if (within(-32768, 32767))
+    if (IsWrittenInteger(kind, value)) {
+        switch (kind) {
+        case TokenType::Short:
             return Write(static_cast<short>(value), flags);
-        break;
-    case TokenType::Int:
-        if (within(-2147483648.0, 2147483647.0))
+        case TokenType::Int:
             return Write(static_cast<int>(value), flags);
-        break;
-    case TokenType::Long:
-        if (within(-2147483648.0, 2147483647.0))
+        case TokenType::Long:
             return Write(static_cast<long>(value), flags);
-        break;
-    case TokenType::UnsignedShort:
-        if (within(0, 65535))
+        case TokenType::UnsignedShort:
             return Write(static_cast<unsigned short>(value), flags);
-        break;
-    case TokenType::UnsignedInt:
-        if (within(0, 4294967295.0))
+        case TokenType::UnsignedInt:
             return Write(static_cast<unsigned int>(value), flags);
-        break;
-    case TokenType::UnsignedLong:
-        if (within(0, 4294967295.0))
+        default:
             return Write(static_cast<unsigned long>(value), flags);
-        break;
+        }
+    }
+    switch (kind) {
     case TokenType::Float:
         return Write(static_cast<float>(value), flags);
-    case TokenType::Double:
-        break;
     case TokenType::Hex:
-        if (within(-2147483648.0, 4294967295.0)) {
+        if (value >= -2147483648.0 && value <= 4294967295.0) {
             const bool former = SetHex(true);
             if (value < 0)
                 Write(static_cast<int>(value), flags);
@@ -330,6 +320,8 @@ void CToken_textstreambuf::Write(const CToken& token, long flags) {
     case TokenType::WhiteSpace:
         return PutToken(kind, u" ");
     default:
+        if (token.IsNumber())
+            break;
         m_LastKind = TokenType::Null;
         m_LastCharacter = 0;
         return;

@@ -1,5 +1,7 @@
 #include "tree_walk.h"
 
+#include "integer_kind.h"
+
 #include <streamio/binary_utils.h>
 #include <streamio/token_ostring.h>
 
@@ -222,43 +224,33 @@ void WriteTree(const CBlock_item& root, CAbstract_ostream& s) {
 }
 
 std::uint32_t SizeOfToken(const CToken& token) {
+    const TokenType kind = token.GetType();
     const double value = token.GetDouble();
-    const auto integer = [value](double low, double high) -> std::uint32_t {
-        if (!(value >= low && value <= high))
-            return 9;
+    if (IsWrittenInteger(kind, value))
         return value < 0
                    ? 5u
                    : 1u + static_cast<std::uint32_t>(TrimmedIntegerLength(static_cast<std::uint32_t>(value)));
-    };
-    switch (token.GetType()) {
+    switch (kind) {
     case TokenType::Null:
     case TokenType::Eof:
     case TokenType::Error:
         return 0;
-    case TokenType::Short:
-        return integer(-32768, 32767);
-    case TokenType::Int:
-    case TokenType::Long:
-        return integer(-2147483648.0, 2147483647.0);
-    case TokenType::UnsignedShort:
-        return integer(0, 65535);
-    case TokenType::UnsignedInt:
-    case TokenType::UnsignedLong:
-        return integer(0, 4294967295.0);
-    case TokenType::Double:
-    case TokenType::Float:
-    case TokenType::Hex:
-        return 1u + static_cast<std::uint32_t>(TrimmedDoubleLength(value));
     case TokenType::True:
     case TokenType::False:
     case TokenType::Eol:
         return 1;
+    case TokenType::Double:
+    case TokenType::Float:
+    case TokenType::Hex:
+        return 1u + static_cast<std::uint32_t>(TrimmedDoubleLength(value));
     default:
         break;
     }
-    CToken::Scratch scratch;
+    if (token.IsNumber())
+        return 9;
     if (const std::size_t length = token.GetPackedLength())
         return static_cast<std::uint32_t>(BinaryTextSize(length));
+    CToken::Scratch scratch;
     return static_cast<std::uint32_t>(
         std::min<std::size_t>(BinaryTextSize(Utf8Length(token.GetText(scratch))), 0xFFFFFFFF));
 }
